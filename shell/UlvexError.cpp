@@ -1,0 +1,6 @@
+#include "shell/UlvexError.h"
+
+UlvexError::UlvexError(int number, const QString &description)
+    : std::runtime_error(description.toStdString()), m_number(number), m_description(description)
+{
+}
