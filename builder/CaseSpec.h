@@ -1,0 +1,59 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+// What one simulation of the sweep is about, and what it gives back. The solver
+// (WettingSimulation) and the database builder (trickle-build) meet here; both
+// work in SI units: metres, seconds, cubic metres.
+namespace builder {
+
+// van Genuchten-Mualem soil, as listed in the soil catalogue.
+struct SoilParams
+{
+    int number = 0;             // SoilTypeNo, 1-based
+    std::string name;           // e.g. "Sandy Loam"
+    std::string texture;        // texture group, e.g. "moderately coarse"
+    double clayPercent = 0;     // representative clay content of the class
+    std::string classification; // short honest description
+    double thetaR = 0;          // residual water content (-)
+    double thetaS = 0;          // saturated water content (-)
+    double alpha = 0;           // 1/m
+    double n = 0;               // (-)
+    double ks = 0;              // saturated conductivity, m/s
+};
+
+enum class Emitter { Surface, Buried };
+
+struct CaseSpec
+{
+    SoilParams soil;
+    double flowLitresPerHour = 0;  // emitter discharge
+    double initialHead = -10.0;    // uniform initial pressure head, m (-3, -6, -10)
+    Emitter emitter = Emitter::Surface;
+    int hours = 24;                // fronts are reported at every whole hour 1..hours
+    double frontThreshold = 0.1;   // fraction of (theta_s - theta_initial)
+};
+
+// One reported front. For a surface emitter `down` is the greatest depth below
+// the surface (column z) and `up` is 0; for a buried emitter `down` is zplus and
+// `up` is zminus, both measured from the emitter along the axis.
+struct FrontRow
+{
+    int hour = 0;
+    double r = 0;    // greatest radial distance of the front, m
+    double down = 0; // m
+    double up = 0;   // m
+};
+
+struct CaseResult
+{
+    std::vector<FrontRow> fronts;       // one per whole hour, 1..hours
+    double massBalanceError = 0;        // |water gained - Q t| / (Q t) at the end
+    double wallSeconds = 0;
+    long timeSteps = 0;
+    bool reachedBoundary = false;       // a front touched the domain's edge: the case is invalid
+    std::string message;                // what went wrong, when something did
+};
+
+} // namespace builder
