@@ -1,0 +1,101 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QVector>
+#include <QtGlobal>
+
+#include <optional>
+
+// The program's own INI reader and writer. It follows the rules of the old
+// private-profile functions so that settings files behave as they always did:
+//
+// - Sections "[name]" and keys "key=value" are looked up without regard to
+//   case. Blanks around section names, keys and values are ignored. When a
+//   section or key occurs twice, the first one counts (reading and writing).
+// - Lines starting with ";" or "#" are comments; blank lines, lines without
+//   "=" and lines before the first section are kept but hold no key.
+// - The file is UTF-8 with LF line ends. CR LF, a byte-order mark, binary
+//   bytes (NUL included) and very long lines are tolerated. Lines that are not
+//   rewritten are kept byte for byte; a write turns CR LF into LF.
+// - Writing a key replaces its line in place when it exists, appends it after
+//   the last entry of its section otherwise, and appends a missing section
+//   (after a blank line) at the end of the file. Line breaks inside a written
+//   section, key or value become blanks so that one write is one line.
+// - Every write replaces the whole file atomically (QSaveFile): a crash or a
+//   full disk never leaves a cut file. A write that cannot be made (read-only
+//   folder or file) returns false and leaves file and object unchanged.
+//
+// Buffered reads count bytes of the UTF-8 text, as the old ANSI functions
+// counted bytes, and report a cut the way those did: the returned length
+// equals size - 1 for a value (size - 2 for a section) when the text filled
+// the buffer.
+class IniFile
+{
+public:
+    // Reads the file at path (a missing or unreadable file reads as empty).
+    explicit IniFile(const QString &path);
+
+    // Builds an object from text, for checks that need no file; writes go to
+    // path as usual (an empty path makes every write fail).
+    static IniFile fromBytes(const QByteArray &content, const QString &path = QString());
+
+    const QString &path() const { return m_path; }
+
+    // True when the file existed when it was read.
+    bool existed() const { return m_existed; }
+
+    // The text as it would be written now.
+    QByteArray content() const;
+
+    // The value of key in section, whole, or std::nullopt when either is missing.
+    std::optional<QString> value(const QString &section, const QString &key) const;
+
+    // Copies the value (or, when the key or section is missing, the default with
+    // trailing blanks removed) into out, cut at size - 1 bytes, and returns its
+    // length in bytes. A size of 0 or less gives 0 and empty text.
+    int getString(const QString &section, const QString &key, const QString &defaultValue,
+                  QString &out, int size) const;
+
+    // The section's entries as "key=value\0key=value\0" (a line without "=" as
+    // its bare text followed by "\0"; comments and blank lines left out), cut at
+    // size - 2 bytes, and its length in bytes (without the final NUL that would
+    // end the list). A missing section gives 0 and empty text.
+    int getSection(const QString &section, QString &out, int size) const;
+
+    // The integer value of a key: blanks, an optional sign and the leading
+    // decimal digits; text that starts with no digit gives 0. A missing key or
+    // an empty value gives the default. Values beyond the 32-bit range are held
+    // at the nearest limit.
+    qint32 getInt(const QString &section, const QString &key, qint32 defaultValue) const;
+
+    // Writes key=value (see above). False when the key is empty or the file
+    // could not be replaced.
+    bool writeString(const QString &section, const QString &key, const QString &value);
+
+    // Names of the sections in file order (first occurrence only).
+    QStringList sectionNames() const;
+
+private:
+    enum class Kind { Other, Section, Entry };
+    struct Line
+    {
+        QByteArray raw;   // the line as in the file, without its line end
+        Kind kind = Kind::Other;
+        QString name;     // section name or key
+        QByteArray value; // entry value, blanks removed
+    };
+
+    IniFile() = default;
+    void parse(const QByteArray &content);
+    static Line parseLine(const QByteArray &raw, bool first);
+    int findSection(const QString &section) const;
+    int sectionEnd(int header) const;
+    int findEntry(int header, const QString &key) const;
+    bool save(const QVector<Line> &lines) const;
+    static QByteArray serialise(const QVector<Line> &lines);
+
+    QString m_path;
+    bool m_existed = false;
+    QVector<Line> m_lines;
+};

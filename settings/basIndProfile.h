@@ -1,0 +1,79 @@
+#pragma once
+
+#include "settings/GraphSettings.h"
+#include "settings/LVSoilSettings.h"
+
+#include <QString>
+#include <QtGlobal>
+
+#include <optional>
+
+// The settings file Quillon.ini in the program folder. Six thin routines over
+// the program's INI reader and writer (IniFile), and four routines that load or
+// save one settings record each. Nothing is cached: every call reads the file
+// afresh, and every write replaces it atomically.
+namespace basIndProfile {
+
+// Section names of the two records.
+inline const char *const GraphSection = "Graph Settings";
+inline const char *const LVSoilSection = "LVSoil Settings";
+
+// ProgramFolder::file("Quillon.ini").
+QString IniPath();
+
+// The text of a whole section, each entry as "key=value" followed by a NUL
+// character (see IniFile::getSection). std::nullopt is the error value (code 1):
+// the text filled the buffer of bufferSize bytes (returned length == size - 2)
+// and may have been cut. A missing section or file gives empty text.
+std::optional<QString> GetIniSection(const QString &section, qint16 bufferSize,
+                                     const QString &file);
+
+// The integer value of a key (leading digits, see IniFile::getInt), or the
+// default when the key is missing. Throws UlvexError 6 (overflow) when the value
+// does not fit in 16 bits.
+qint16 GetIniInt(const QString &section, const QString &key, qint16 defaultValue,
+                 const QString &file);
+
+// Same as GetIniInt for 32-bit values; never throws.
+qint32 GetIniLong(const QString &section, const QString &key, qint32 defaultValue,
+                  const QString &file);
+
+// The value of a key (or the default text when the key is missing), read
+// through a buffer of bufferSize bytes. std::nullopt is the error value
+// (code 1): the text filled the buffer (returned length == size - 1) and may
+// have been cut.
+std::optional<QString> GetIniString(const QString &section, const QString &key,
+                                    qint16 bufferSize, const QString &defaultValue,
+                                    const QString &file);
+
+// Writes key=value into the section; non-zero on success, 0 when the file
+// could not be written (it is then left as it was).
+qint16 WriteIniString(const QString &section, const QString &key, const QString &value,
+                      const QString &file);
+
+// True when path names an existing file.
+bool IniFileExists(const QString &path);
+
+// Fills the record from the "Graph Settings" section. When the file does not
+// exist it is created with every key at its default and the record is set to
+// the defaults. Throws UlvexError when a value cannot be taken (a float that
+// is not a number or fills its buffer, an integer outside 16 bits); the fields
+// read before the failing one keep their new values.
+void LoadGraphSettings(GraphSettings &settings);
+
+// Writes every key of the record, in the record's order.
+void SaveGraphSettings(const GraphSettings &settings);
+
+// Fills the record from the "LVSoil Settings" section; a missing (or empty)
+// section is written out with its defaults (6825 x 4200 twips) first. Throws
+// UlvexError like LoadGraphSettings.
+void LoadLVSoilSettings(LVSoilSettings &settings);
+
+// Writes C1..C5, then Height, then Width.
+void SaveLVSoilSettings(const LVSoilSettings &settings);
+
+// Shortest decimal text that reads back as the same single-precision value,
+// always with "." ("1.5", "0.25", "0.3").
+QString SingleText(float value);
+
+} // namespace basIndProfile
