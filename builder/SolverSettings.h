@@ -1,0 +1,61 @@
+#pragma once
+
+#include <string>
+
+namespace builder {
+
+// Numerical and physical knobs of the soil-water flow solver. The defaults are
+// the ones the shipped database is built with; tests change a few of them
+// (finer meshes, Gardner soils) and the database records them in BuildInfo.
+// All lengths in metres, times in seconds.
+struct SolverSettings
+{
+    // --- soil hydraulics -------------------------------------------------
+    double poreConnectivity = 0.5;   // Mualem's l
+    // Air-entry modification of the van Genuchten-Mualem functions: soils with
+    // n below airEntryMaxN get a minimum capillary height h_s (theta = theta_s,
+    // K = Ks for h >= h_s). Without it dK/dh is unbounded at saturation for
+    // small n and the conductivity of these fine soils drops by orders of
+    // magnitude within the first millimetres of suction.
+    double airEntryHead = -0.02;
+    double airEntryMaxN = 1.35;
+
+    // --- emitter ------------------------------------------------------------
+    double sourceRadius = 0.01;      // buried emitter: sphere receiving the flow
+    double minDiscRadius = 0.01;     // surface emitter: smallest source disc
+
+    // --- mesh -----------------------------------------------------------------
+    // Cells are `finestCell` wide within the source radius, then grow by
+    // `growth` per cell up to a largest size chosen from the expected size of
+    // the wetted bulb (`cellsAcrossBulb` cells across its estimated radius).
+    // `refinement` divides every cell size (2 = cells half as large).
+    double finestCell = 0.0025;
+    double growth = 1.08;
+    double cellsAcrossBulb = 30.0;
+    double refinement = 1.0;
+    // The domain starts a little larger than the estimated bulb and grows
+    // (new cells at the initial state) whenever the water content at its edge
+    // rises by more than growTrigger x (theta_s - theta_initial).
+    double initialDomainFactor = 1.0;
+    double growTrigger = 0.002;
+    double maxDomain = 12.0;         // no side of the domain grows beyond this
+
+    // --- time stepping and Picard iteration ------------------------------------
+    double firstStep = 0.5;
+    double maxStep = 900.0;
+    double minStep = 1e-6;
+    int maxIterations = 16;
+    int fewIterations = 4;           // grow the step after converging this fast
+    int manyIterations = 8;          // shrink the step after needing this many
+    double stepIncrease = 1.25;
+    double stepDecrease = 0.7;
+    double headTolerance = 1e-3;     // m, plus headRelTolerance x |h|
+    double headRelTolerance = 1e-4;
+    double thetaTolerance = 1e-5;
+    double maxThetaChange = 0.05;    // largest water-content change per step
+
+    // A readable one-line summary, stored with the results.
+    std::string describe() const;
+};
+
+} // namespace builder
