@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 #include <QVector>
 #include <QtGlobal>
 
@@ -69,8 +70,9 @@ public:
     // at the nearest limit.
     qint32 getInt(const QString &section, const QString &key, qint32 defaultValue) const;
 
-    // Writes key=value (see above). False when the key is empty or the file
-    // could not be replaced.
+    // Writes key=value (see above). False when the file could not be replaced,
+    // and for names that could not be read back: an empty key, a key holding
+    // "=" or starting with "[", ";" or "#", a section name holding "]".
     bool writeString(const QString &section, const QString &key, const QString &value);
 
     // Names of the sections in file order (first occurrence only).
