@@ -1,0 +1,250 @@
+#include "builder/DatabaseWriter.h"
+
+#include "builder/TrickleBuildErrors.h"
+#include "shell/UlvexError.h"
+
+#include <sqlite3.h>
+
+#include <cmath>
+
+namespace {
+
+// Finalizes a prepared statement whatever way the scope is left.
+struct Statement
+{
+    sqlite3_stmt *stmt;
+    ~Statement() { sqlite3_finalize(stmt); }
+};
+
+// Tables of the file, in the order they are created. Column names with blanks or
+// signs are quoted; the program reads them as [Clay (%)] and the like.
+const char *const kSchema[] = {
+    "CREATE TABLE SoilTypeData (SoilTypeNo INTEGER PRIMARY KEY, Name TEXT NOT NULL, Texture TEXT,"
+    " \"Clay (%)\" REAL, \"Soil Classification\" TEXT, \"theta_r (m3/m3)\" REAL, \"theta_s (m3/m3)\" REAL,"
+    " \"alpha (1/m)\" REAL, \"n (-)\" REAL, \"Ks (m/s)\" REAL)",
+    "CREATE TABLE FlowRateData (FlowRateNo INTEGER PRIMARY KEY, FlowRate REAL NOT NULL)",
+    "CREATE TABLE TimeData (ID INTEGER PRIMARY KEY, Time INTEGER NOT NULL)",
+    "CREATE TABLE \"SurfaceData-c3\" (SoilType INTEGER NOT NULL, FlowRate INTEGER NOT NULL, Time INTEGER NOT NULL,"
+    " r REAL NOT NULL, z REAL NOT NULL, PRIMARY KEY (SoilType, FlowRate, Time))",
+    "CREATE TABLE \"SurfaceData-c6\" (SoilType INTEGER NOT NULL, FlowRate INTEGER NOT NULL, Time INTEGER NOT NULL,"
+    " r REAL NOT NULL, z REAL NOT NULL, PRIMARY KEY (SoilType, FlowRate, Time))",
+    "CREATE TABLE \"SurfaceData-c\" (SoilType INTEGER NOT NULL, FlowRate INTEGER NOT NULL, Time INTEGER NOT NULL,"
+    " r REAL NOT NULL, z REAL NOT NULL, PRIMARY KEY (SoilType, FlowRate, Time))",
+    "CREATE TABLE \"BuriedData-c3\" (SoilType INTEGER NOT NULL, FlowRate INTEGER NOT NULL, Time INTEGER NOT NULL,"
+    " r REAL NOT NULL, zplus REAL NOT NULL, zminus REAL NOT NULL, PRIMARY KEY (SoilType, FlowRate, Time))",
+    "CREATE TABLE \"BuriedData-c6\" (SoilType INTEGER NOT NULL, FlowRate INTEGER NOT NULL, Time INTEGER NOT NULL,"
+    " r REAL NOT NULL, zplus REAL NOT NULL, zminus REAL NOT NULL, PRIMARY KEY (SoilType, FlowRate, Time))",
+    "CREATE TABLE \"BuriedData-c\" (SoilType INTEGER NOT NULL, FlowRate INTEGER NOT NULL, Time INTEGER NOT NULL,"
+    " r REAL NOT NULL, zplus REAL NOT NULL, zminus REAL NOT NULL, PRIMARY KEY (SoilType, FlowRate, Time))",
+    // The export writes every column from the fourth on, in this order, under the
+    // headers "TimeStep,Radius,Zplus,Zminus" and "TimeStep,Zplus,Radius".
+    "CREATE TABLE BuriedData (ID INTEGER PRIMARY KEY, SoilType INTEGER NOT NULL, FlowRate INTEGER NOT NULL,"
+    " Time INTEGER NOT NULL, r REAL NOT NULL, zplus REAL NOT NULL, zminus REAL NOT NULL)",
+    "CREATE TABLE SurfaceData (ID INTEGER PRIMARY KEY, SoilType INTEGER NOT NULL, FlowRate INTEGER NOT NULL,"
+    " Time INTEGER NOT NULL, z REAL NOT NULL, r REAL NOT NULL)",
+    "CREATE TABLE BuildInfo (key TEXT PRIMARY KEY, value TEXT)",
+    "CREATE TABLE CaseInfo (SoilType INTEGER NOT NULL, FlowRate INTEGER NOT NULL, InitialHead REAL NOT NULL,"
+    " Emitter TEXT NOT NULL, MassBalanceError REAL NOT NULL, TimeSteps INTEGER NOT NULL,"
+    " PRIMARY KEY (SoilType, FlowRate, InitialHead, Emitter))",
+};
+
+} // namespace
+
+DatabaseWriter::DatabaseWriter(const QString &path)
+    : m_path(path)
+{
+    const QByteArray native = path.toUtf8();
+    const int rc = sqlite3_open_v2(native.constData(), &m_db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+    if (rc != SQLITE_OK) {
+        const QString msg = m_db ? QString::fromUtf8(sqlite3_errmsg(m_db)) : QStringLiteral("out of memory");
+        sqlite3_close(m_db);
+        m_db = nullptr;
+        throw UlvexError(TrickleBuildErrors::Database, QStringLiteral("%1: cannot create the database: %2").arg(path, msg));
+    }
+    // Fixed page size and encoding, so the bytes do not depend on defaults.
+    exec("PRAGMA page_size = 4096");
+    exec("PRAGMA encoding = 'UTF-8'");
+    exec("BEGIN");
+    for (const char *sql : kSchema)
+        exec(sql);
+}
+
+DatabaseWriter::~DatabaseWriter()
+{
+    if (m_db) {
+        sqlite3_exec(m_db, "ROLLBACK", nullptr, nullptr, nullptr);
+        sqlite3_close(m_db);
+    }
+}
+
+void DatabaseWriter::fail(const QString &what)
+{
+    const QString msg = m_db ? QString::fromUtf8(sqlite3_errmsg(m_db)) : QString();
+    throw UlvexError(TrickleBuildErrors::Database, QStringLiteral("%1: %2: %3").arg(m_path, what, msg));
+}
+
+void DatabaseWriter::exec(const char *sql)
+{
+    if (!m_db)
+        throw UlvexError(TrickleBuildErrors::Database, QStringLiteral("%1: the database is already closed").arg(m_path));
+    char *err = nullptr;
+    if (sqlite3_exec(m_db, sql, nullptr, nullptr, &err) != SQLITE_OK) {
+        const QString msg = QString::fromUtf8(err ? err : "unknown error");
+        sqlite3_free(err);
+        throw UlvexError(TrickleBuildErrors::Database, QStringLiteral("%1: %2 (in \"%3\")").arg(m_path, msg, QString::fromUtf8(sql)));
+    }
+}
+
+sqlite3_stmt *DatabaseWriter::prepare(const QString &sql)
+{
+    if (!m_db)
+        throw UlvexError(TrickleBuildErrors::Database, QStringLiteral("%1: the database is already closed").arg(m_path));
+    sqlite3_stmt *stmt = nullptr;
+    const QByteArray utf8 = sql.toUtf8();
+    if (sqlite3_prepare_v2(m_db, utf8.constData(), -1, &stmt, nullptr) != SQLITE_OK)
+        fail(QStringLiteral("cannot prepare \"%1\"").arg(sql));
+    return stmt;
+}
+
+void DatabaseWriter::step(sqlite3_stmt *stmt, const char *what)
+{
+    if (sqlite3_step(stmt) != SQLITE_DONE)
+        fail(QString::fromUtf8(what));
+    sqlite3_reset(stmt);
+    sqlite3_clear_bindings(stmt);
+}
+
+void DatabaseWriter::writeSoils(const std::vector<builder::SoilParams> &soils)
+{
+    Statement s{prepare(QStringLiteral("INSERT INTO SoilTypeData VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"))};
+    for (const auto &soil : soils) {
+        sqlite3_bind_int(s.stmt, 1, soil.number);
+        sqlite3_bind_text(s.stmt, 2, soil.name.c_str(), -1, SQLITE_TRANSIENT);
+        sqlite3_bind_text(s.stmt, 3, soil.texture.c_str(), -1, SQLITE_TRANSIENT);
+        sqlite3_bind_double(s.stmt, 4, soil.clayPercent);
+        sqlite3_bind_text(s.stmt, 5, soil.classification.c_str(), -1, SQLITE_TRANSIENT);
+        sqlite3_bind_double(s.stmt, 6, soil.thetaR);
+        sqlite3_bind_double(s.stmt, 7, soil.thetaS);
+        sqlite3_bind_double(s.stmt, 8, soil.alpha);
+        sqlite3_bind_double(s.stmt, 9, soil.n);
+        sqlite3_bind_double(s.stmt, 10, soil.ks);
+        step(s.stmt, "cannot write a soil");
+    }
+}
+
+void DatabaseWriter::writeFlowRates(const std::vector<double> &litresPerHour)
+{
+    Statement s{prepare(QStringLiteral("INSERT INTO FlowRateData VALUES (?, ?)"))};
+    for (size_t i = 0; i < litresPerHour.size(); ++i) {
+        sqlite3_bind_int(s.stmt, 1, int(i) + 1);
+        sqlite3_bind_double(s.stmt, 2, litresPerHour[i]);
+        step(s.stmt, "cannot write a flow rate");
+    }
+}
+
+void DatabaseWriter::writeTimes(int hours)
+{
+    Statement s{prepare(QStringLiteral("INSERT INTO TimeData VALUES (?, ?)"))};
+    for (int k = 1; k <= hours; ++k) {
+        sqlite3_bind_int(s.stmt, 1, k);
+        sqlite3_bind_int(s.stmt, 2, k);
+        step(s.stmt, "cannot write a time");
+    }
+}
+
+QString DatabaseWriter::frontTable(builder::Emitter emitter, double initialHead)
+{
+    const QString family = emitter == builder::Emitter::Buried ? QStringLiteral("BuriedData") : QStringLiteral("SurfaceData");
+    // The dry table carries the bare suffix "-c": the program asks for it by that name.
+    if (initialHead == -3.0)
+        return family + QStringLiteral("-c3");
+    if (initialHead == -6.0)
+        return family + QStringLiteral("-c6");
+    if (initialHead == -10.0)
+        return family + QStringLiteral("-c");
+    throw UlvexError(TrickleBuildErrors::Database,
+                     QStringLiteral("no front table for an initial pressure head of %1 m (only -3, -6 and -10 m)").arg(initialHead));
+}
+
+QString DatabaseWriter::exportTable(builder::Emitter emitter)
+{
+    return emitter == builder::Emitter::Buried ? QStringLiteral("BuriedData") : QStringLiteral("SurfaceData");
+}
+
+void DatabaseWriter::writeCase(int soilTypeNo, int flowRateNo, double initialHead, builder::Emitter emitter,
+                               const builder::CaseResult &result)
+{
+    const bool buried = emitter == builder::Emitter::Buried;
+    const QString table = frontTable(emitter, initialHead);
+    const QString what = QStringLiteral("cannot write a front of soil %1, flow %2 to %3").arg(soilTypeNo).arg(flowRateNo).arg(table);
+    const QByteArray whatUtf8 = what.toUtf8();
+    for (const auto &f : result.fronts) {
+        if (!std::isfinite(f.r) || !std::isfinite(f.down) || !std::isfinite(f.up))
+            throw UlvexError(TrickleBuildErrors::Database, what + QStringLiteral(": the front at hour %1 is not a finite number").arg(f.hour));
+    }
+    {
+        Statement s{prepare(buried ? QStringLiteral("INSERT INTO \"%1\" (SoilType, FlowRate, Time, r, zplus, zminus) VALUES (?, ?, ?, ?, ?, ?)").arg(table)
+                                   : QStringLiteral("INSERT INTO \"%1\" (SoilType, FlowRate, Time, r, z) VALUES (?, ?, ?, ?, ?)").arg(table))};
+        for (const auto &f : result.fronts) {
+            sqlite3_bind_int(s.stmt, 1, soilTypeNo);
+            sqlite3_bind_int(s.stmt, 2, flowRateNo);
+            sqlite3_bind_int(s.stmt, 3, f.hour);
+            sqlite3_bind_double(s.stmt, 4, f.r);
+            sqlite3_bind_double(s.stmt, 5, f.down);
+            if (buried)
+                sqlite3_bind_double(s.stmt, 6, f.up);
+            step(s.stmt, whatUtf8.constData());
+        }
+    }
+    if (initialHead == kExportHead) {
+        int &nextId = m_nextExportId[buried ? 1 : 0];
+        Statement s{prepare(buried ? QStringLiteral("INSERT INTO BuriedData (ID, SoilType, FlowRate, Time, r, zplus, zminus) VALUES (?, ?, ?, ?, ?, ?, ?)")
+                                   : QStringLiteral("INSERT INTO SurfaceData (ID, SoilType, FlowRate, Time, z, r) VALUES (?, ?, ?, ?, ?, ?)"))};
+        for (const auto &f : result.fronts) {
+            sqlite3_bind_int(s.stmt, 1, nextId++);
+            sqlite3_bind_int(s.stmt, 2, soilTypeNo);
+            sqlite3_bind_int(s.stmt, 3, flowRateNo);
+            sqlite3_bind_int(s.stmt, 4, f.hour);
+            if (buried) {
+                sqlite3_bind_double(s.stmt, 5, f.r);
+                sqlite3_bind_double(s.stmt, 6, f.down);
+                sqlite3_bind_double(s.stmt, 7, f.up);
+            } else {
+                sqlite3_bind_double(s.stmt, 5, f.down);
+                sqlite3_bind_double(s.stmt, 6, f.r);
+            }
+            step(s.stmt, "cannot write an export row");
+        }
+    }
+    Statement s{prepare(QStringLiteral("INSERT INTO CaseInfo VALUES (?, ?, ?, ?, ?, ?)"))};
+    sqlite3_bind_int(s.stmt, 1, soilTypeNo);
+    sqlite3_bind_int(s.stmt, 2, flowRateNo);
+    sqlite3_bind_double(s.stmt, 3, initialHead);
+    sqlite3_bind_text(s.stmt, 4, buried ? "buried" : "surface", -1, SQLITE_STATIC);
+    sqlite3_bind_double(s.stmt, 5, result.massBalanceError);
+    sqlite3_bind_int64(s.stmt, 6, result.timeSteps);
+    step(s.stmt, "cannot write the case's mass balance");
+}
+
+void DatabaseWriter::writeBuildInfo(const std::vector<std::pair<QString, QString>> &entries)
+{
+    Statement s{prepare(QStringLiteral("INSERT INTO BuildInfo VALUES (?, ?)"))};
+    for (const auto &e : entries) {
+        const QByteArray k = e.first.toUtf8();
+        const QByteArray v = e.second.toUtf8();
+        sqlite3_bind_text(s.stmt, 1, k.constData(), -1, SQLITE_TRANSIENT);
+        sqlite3_bind_text(s.stmt, 2, v.constData(), -1, SQLITE_TRANSIENT);
+        step(s.stmt, "cannot write the build information");
+    }
+}
+
+void DatabaseWriter::finish()
+{
+    exec("COMMIT");
+    // Compacting leaves no free pages behind, and the result depends only on the
+    // data, not on the way it was inserted.
+    exec("VACUUM");
+    if (sqlite3_close(m_db) != SQLITE_OK)
+        fail(QStringLiteral("cannot close the database"));
+    m_db = nullptr;
+}

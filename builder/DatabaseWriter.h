@@ -1,0 +1,58 @@
+#pragma once
+
+#include "builder/CaseSpec.h"
+
+#include <QString>
+#include <utility>
+#include <vector>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+// Writes the simulation database that the Ulvex program reads: the lookup tables
+// (SoilTypeData, FlowRateData, TimeData), the six front tables by emitter and
+// initial water content ("SurfaceData-c3" ... "BuriedData-c"), the two export
+// tables (SurfaceData, BuriedData, holding the dry-soil fronts), BuildInfo and
+// CaseInfo (per-case mass balance). Lengths are in metres.
+//
+// Everything is written inside one transaction that finish() commits; the file
+// is then compacted. The same calls in the same order give the same bytes, so
+// the caller decides the order (the builder writes cases in a fixed order, never
+// in order of completion). Failures raise UlvexError (TrickleBuildErrors::Database).
+class DatabaseWriter
+{
+public:
+    // `path` must not hold a database yet (an empty file is fine).
+    explicit DatabaseWriter(const QString &path);
+    ~DatabaseWriter();
+    DatabaseWriter(const DatabaseWriter &) = delete;
+    DatabaseWriter &operator=(const DatabaseWriter &) = delete;
+
+    void writeSoils(const std::vector<builder::SoilParams> &soils);
+    void writeFlowRates(const std::vector<double> &litresPerHour); // FlowRateNo 1, 2, ...
+    void writeTimes(int hours);                                     // ID k holds k hours
+    // One case: its fronts go to the front table chosen by emitter and initial head,
+    // to the export table as well when the soil starts dry (-10 m), and its mass
+    // balance to CaseInfo.
+    void writeCase(int soilTypeNo, int flowRateNo, double initialHead, builder::Emitter emitter,
+                   const builder::CaseResult &result);
+    void writeBuildInfo(const std::vector<std::pair<QString, QString>> &entries);
+    // Commits, compacts and closes the file.
+    void finish();
+
+    // "SurfaceData-c3" for a surface emitter in soil at -3 m, "BuriedData-c" at -10 m...
+    static QString frontTable(builder::Emitter emitter, double initialHead);
+    static QString exportTable(builder::Emitter emitter);
+    // Initial pressure head (m) of the dry soil, whose fronts fill the export tables.
+    static constexpr double kExportHead = -10.0;
+
+private:
+    void exec(const char *sql);
+    sqlite3_stmt *prepare(const QString &sql);
+    void step(sqlite3_stmt *stmt, const char *what);
+    [[noreturn]] void fail(const QString &what);
+
+    sqlite3 *m_db = nullptr;
+    QString m_path;
+    int m_nextExportId[2] = {1, 1};
+};

@@ -1,0 +1,83 @@
+#pragma once
+
+#include "builder/CaseSpec.h"
+
+#include <QString>
+#include <functional>
+#include <vector>
+
+// One simulation of the sweep, named by the keys the database uses.
+struct TrickleBuildCase
+{
+    int soil = 0;           // SoilTypeNo
+    int flowRateNo = 0;     // FlowRateNo, 1..5
+    double initialHead = 0; // m: -3, -6 or -10
+    builder::Emitter emitter = builder::Emitter::Surface;
+};
+
+struct TrickleBuildOptions
+{
+    QString soilsPath;
+    QString outPath;
+    int threads = 0;              // 0: one per core
+    double frontThreshold = 0.1;  // fraction of (theta_s - initial theta)
+    std::vector<TrickleBuildCase> only; // empty: the whole sweep
+    bool force = false;           // replace an existing output file
+    QString buildDate;            // recorded in BuildInfo as given
+    QString solverSettings;       // description of the solver's settings, recorded in BuildInfo
+    int hours = 24;
+};
+
+struct TrickleBuildSummary
+{
+    int cases = 0;
+    int threads = 0;
+    double wallSeconds = 0;
+    double largestMassBalanceError = 0;
+    QString largestMassBalanceCase;
+    double cheapestSeconds = 0;
+    QString cheapestCase;
+    double dearestSeconds = 0;
+    QString dearestCase;
+};
+
+// The database build: reads the soil catalogue, runs every case of the sweep (or
+// the chosen ones) on a pool of threads, one simulation per thread, and writes the
+// database. The database is written to a temporary file beside the output and
+// renamed only when complete, so a failed or interrupted build never leaves a
+// partial database under the output name; the temporary file is removed on failure.
+// The solver is passed in as `Runner`, so this class does not depend on it.
+class TrickleBuild
+{
+public:
+    using Runner = std::function<builder::CaseResult(const builder::CaseSpec &)>;
+    using Log = std::function<void(const QString &)>;
+
+    TrickleBuild(TrickleBuildOptions options, Runner runner);
+
+    // Where progress and warnings go; standard error by default.
+    void setLog(Log log) { m_log = std::move(log); }
+
+    // Throws UlvexError on any failure (see TrickleBuildErrors).
+    TrickleBuildSummary run();
+
+    static const std::vector<double> &flowRates();    // L/h, FlowRateNo order
+    static const std::vector<double> &initialHeads(); // m
+    // "SOIL,FLOW,IC,EMITTER", e.g. "4,5,10,buried": SoilTypeNo, FlowRateNo (1..5),
+    // initial suction in metres (3, 6 or 10; -3 etc. also accepted) and
+    // "surface" or "buried" (or s / b).
+    static TrickleBuildCase parseCase(const QString &text);
+    static QString caseName(const TrickleBuildCase &c, const QString &soilName = QString());
+    // The build date recorded in BuildInfo: `given` when not empty, else the time
+    // in SOURCE_DATE_EPOCH when set (reproducible builds), else now; ISO 8601 UTC.
+    static QString buildDate(const QString &given);
+
+    // Makes SIGINT and SIGTERM remove the temporary file of a build in progress
+    // before the process ends. For the command-line tool.
+    static void installInterruptCleanup();
+
+private:
+    TrickleBuildOptions m_options;
+    Runner m_runner;
+    Log m_log;
+};
