@@ -153,7 +153,7 @@ void registerFontSubstitutes()
 {
     const QString verdana = QStringLiteral("Verdana");
     const QString dejavu = QStringLiteral("DejaVu Sans");
-    if (!QFont::substitutes(verdana).contains(dejavu))
+    if (!QFont::substitutes(verdana).contains(dejavu, Qt::CaseInsensitive))
         QFont::insertSubstitution(verdana, dejavu);
 }
 
