@@ -129,7 +129,9 @@ SoilCatalogue SoilCatalogue::fromText(const QString &text, const QString &source
     cat.m_sourceName = sourceName;
     const QString &src = sourceName;
 
-    QStringList lines = text.split(QLatin1Char('\n'));
+    // A byte-order mark, as some spreadsheet programs write, is not part of the header.
+    const QString body = text.startsWith(QChar(0xFEFF)) ? text.mid(1) : text;
+    QStringList lines = body.split(QLatin1Char('\n'));
     int column[ColCount];
     double factor[ColCount];
     std::fill(std::begin(column), std::end(column), -1);

@@ -1,0 +1,104 @@
+#pragma once
+
+// Helpers shared by the trickle-build tests: reading a built database through
+// Qt's SQLite driver (as the program does) and comparing files.
+
+#include <QByteArray>
+#include <QFile>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QSqlRecord>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+#include <QtTest>
+
+#include <atomic>
+
+// Opens `path` read-only for the lifetime of the object.
+class ToolDb
+{
+public:
+    explicit ToolDb(const QString &path)
+    {
+        static std::atomic<int> counter{0};
+        m_name = QStringLiteral("tooltest%1").arg(counter++);
+        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), m_name);
+        db.setDatabaseName(path);
+        db.setConnectOptions(QStringLiteral("QSQLITE_OPEN_READONLY"));
+        m_ok = db.open();
+    }
+    ~ToolDb()
+    {
+        {
+            QSqlDatabase db = QSqlDatabase::database(m_name, false);
+            db.close();
+        }
+        QSqlDatabase::removeDatabase(m_name);
+    }
+    bool ok() const { return m_ok; }
+    QSqlDatabase db() const { return QSqlDatabase::database(m_name, false); }
+
+    // Runs `sql`; every row as a list of values.
+    QList<QVariantList> rows(const QString &sql) const
+    {
+        QList<QVariantList> out;
+        QSqlQuery q(db());
+        if (!q.exec(sql)) {
+            qWarning("query failed: %s: %s", qPrintable(sql), qPrintable(q.lastError().text()));
+            return out;
+        }
+        while (q.next()) {
+            QVariantList row;
+            for (int i = 0; i < q.record().count(); ++i)
+                row << q.value(i);
+            out << row;
+        }
+        return out;
+    }
+    QVariant value(const QString &sql) const
+    {
+        const auto r = rows(sql);
+        return r.isEmpty() || r.first().isEmpty() ? QVariant() : r.first().first();
+    }
+    QStringList tables() const
+    {
+        QStringList t;
+        for (const auto &r : rows(QStringLiteral("SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY name")))
+            t << r.first().toString();
+        return t;
+    }
+    // "name TYPE" for every column, in the table's order.
+    QStringList columns(const QString &table) const
+    {
+        QStringList c;
+        for (const auto &r : rows(QStringLiteral("PRAGMA table_info(\"%1\")").arg(table)))
+            c << r.at(1).toString() + QLatin1Char(' ') + r.at(2).toString();
+        return c;
+    }
+    QString buildInfo(const QString &key) const
+    {
+        return value(QStringLiteral("SELECT value FROM BuildInfo WHERE key = '%1'").arg(key)).toString();
+    }
+
+private:
+    QString m_name;
+    bool m_ok = false;
+};
+
+inline QByteArray fileBytes(const QString &path)
+{
+    QFile f(path);
+    if (!f.open(QIODevice::ReadOnly))
+        return QByteArray();
+    return f.readAll();
+}
+
+inline QStringList expectedTables()
+{
+    QStringList t = {"BuildInfo", "BuriedData", "BuriedData-c", "BuriedData-c3", "BuriedData-c6", "CaseInfo", "FlowRateData",
+                     "SoilTypeData", "SurfaceData", "SurfaceData-c", "SurfaceData-c3", "SurfaceData-c6", "TimeData"};
+    t.sort();
+    return t;
+}

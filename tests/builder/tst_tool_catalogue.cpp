@@ -1,0 +1,165 @@
+// The soil catalogue of trickle-build: the shipped file reads as the twelve USDA
+// classes in SI units, and every kind of bad line is refused with its line number.
+
+#include "builder/SoilCatalogue.h"
+#include "builder/TrickleBuildErrors.h"
+#include "shell/UlvexError.h"
+
+#include <QtTest>
+
+namespace {
+
+const char *const kHeader = "SoilTypeNo,Name,Texture,Clay (%),Soil Classification,theta_r (-),theta_s (-),alpha (1/cm),n (-),Ks (cm/day)";
+
+QString catalogueWith(const QStringList &dataLines)
+{
+    QStringList lines;
+    lines << QStringLiteral("# a test catalogue") << QString::fromLatin1(kHeader);
+    lines << QStringLiteral("1,Sand,coarse,3,USDA sand,0.045,0.43,0.145,2.68,712.8");
+    lines << dataLines;
+    return lines.join(QLatin1Char('\n')) + QLatin1Char('\n');
+}
+
+} // namespace
+
+class TstToolCatalogue : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void shippedCatalogue()
+    {
+        const SoilCatalogue cat = SoilCatalogue::fromFile(QStringLiteral(ULVEX_SOURCE_DIR "/assets/soils.csv"));
+        const auto &soils = cat.soils();
+        QCOMPARE(int(soils.size()), 12);
+        const QStringList names = {"Sand", "Loamy Sand", "Sandy Loam", "Loam", "Silt", "Silt Loam", "Sandy Clay Loam",
+                                   "Clay Loam", "Silty Clay Loam", "Sandy Clay", "Silty Clay", "Clay"};
+        const QStringList textures = {"coarse", "coarse", "moderately coarse", "medium", "medium", "medium",
+                                      "moderately fine", "moderately fine", "moderately fine", "fine", "fine", "fine"};
+        // theta_r, theta_s, alpha (1/cm), n, Ks (cm/day)
+        const double expected[12][5] = {
+            {0.045, 0.43, 0.145, 2.68, 712.8}, {0.057, 0.41, 0.124, 2.28, 350.2}, {0.065, 0.41, 0.075, 1.89, 106.1},
+            {0.078, 0.43, 0.036, 1.56, 24.96}, {0.034, 0.46, 0.016, 1.37, 6.0},   {0.067, 0.45, 0.020, 1.41, 10.8},
+            {0.100, 0.39, 0.059, 1.48, 31.44}, {0.095, 0.41, 0.019, 1.31, 6.24},  {0.089, 0.43, 0.010, 1.23, 1.68},
+            {0.100, 0.38, 0.027, 1.23, 2.88},  {0.070, 0.36, 0.005, 1.09, 0.48},  {0.068, 0.38, 0.008, 1.09, 4.8},
+        };
+        for (int i = 0; i < 12; ++i) {
+            const builder::SoilParams &s = soils[size_t(i)];
+            QCOMPARE(s.number, i + 1);
+            QCOMPARE(QString::fromStdString(s.name), names[i]);
+            QCOMPARE(QString::fromStdString(s.texture), textures[i]);
+            QVERIFY(!s.classification.empty());
+            QVERIFY(s.clayPercent > 0 && s.clayPercent < 100);
+            QCOMPARE(s.thetaR, expected[i][0]);
+            QCOMPARE(s.thetaS, expected[i][1]);
+            QVERIFY(qAbs(s.alpha - expected[i][2] * 100.0) < 1e-12 * s.alpha);            // 1/cm -> 1/m
+            QCOMPARE(s.n, expected[i][3]);
+            QVERIFY(qAbs(s.ks - expected[i][4] / 100.0 / 86400.0) < 1e-12 * s.ks);         // cm/day -> m/s
+        }
+        QVERIFY(cat.find(4) != nullptr);
+        QCOMPARE(QString::fromStdString(cat.find(4)->name), QStringLiteral("Loam"));
+        QVERIFY(cat.find(13) == nullptr);
+        // Clay content rises from sand to clay.
+        QVERIFY(soils[0].clayPercent < soils[11].clayPercent);
+    }
+
+    void otherUnitsAndQuotes()
+    {
+        const QString text = QString::fromUtf8(
+            "\xef\xbb\xbf# a byte-order mark, units, quoted description with a comma\r\n"
+            "Name,SoilTypeNo,Texture,Clay (%),Soil Classification,theta_r,theta_s (m3/m3),alpha (1/m),n,Ks (m/h)\r\n"
+            "\r\n"
+            "\"Loam, test\",7,medium,20,\"USDA \"\"loam\"\", averaged\",0.078,0.43,3.6,1.56,0.0104\r\n");
+        const SoilCatalogue cat = SoilCatalogue::fromText(text, QStringLiteral("t.csv"));
+        QCOMPARE(int(cat.soils().size()), 1);
+        const builder::SoilParams &s = cat.soils().front();
+        QCOMPARE(s.number, 7);
+        QCOMPARE(QString::fromStdString(s.name), QStringLiteral("Loam, test"));
+        QCOMPARE(QString::fromStdString(s.classification), QStringLiteral("USDA \"loam\", averaged"));
+        QCOMPARE(s.alpha, 3.6);
+        QVERIFY(qAbs(s.ks - 0.0104 / 3600.0) < 1e-15);
+    }
+
+    void soilsAreSortedByNumber()
+    {
+        const SoilCatalogue cat = SoilCatalogue::fromText(
+            catalogueWith({QStringLiteral("3,Loam,medium,20,USDA loam,0.078,0.43,0.036,1.56,24.96"),
+                           QStringLiteral("2,Silt,medium,6,USDA silt,0.034,0.46,0.016,1.37,6.0")}),
+            QStringLiteral("t.csv"));
+        QCOMPARE(int(cat.soils().size()), 3);
+        QCOMPARE(cat.soils()[1].number, 2);
+        QCOMPARE(QString::fromStdString(cat.soils()[2].name), QStringLiteral("Loam"));
+    }
+
+    void badLine_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("line");
+        QTest::addColumn<QString>("what");
+
+        auto add = [](const char *tag, const QString &text, int line, const char *what) {
+            QTest::newRow(tag) << text << line << QString::fromLatin1(what);
+        };
+        // Data lines of catalogueWith() start on line 4.
+        add("too few fields", catalogueWith({"2,Loam,medium,20,USDA loam,0.078,0.43,0.036,1.56"}), 4, "9 fields, the header has 10");
+        add("too many fields", catalogueWith({"2,Loam,medium,20,USDA loam,0.078,0.43,0.036,1.56,24.96,7"}), 4, "11 fields");
+        add("not a number", catalogueWith({"2,Loam,medium,20,USDA loam,0.078,0.43,abc,1.56,24.96"}), 4, "alpha \"abc\" is not a number");
+        add("empty number", catalogueWith({"2,Loam,medium,20,USDA loam,0.078,,0.036,1.56,24.96"}), 4, "theta_s \"\" is not a number");
+        add("bad soil number", catalogueWith({"2.5,Loam,medium,20,USDA loam,0.078,0.43,0.036,1.56,24.96"}), 4, "SoilTypeNo \"2.5\"");
+        add("zero soil number", catalogueWith({"0,Loam,medium,20,USDA loam,0.078,0.43,0.036,1.56,24.96"}), 4, "SoilTypeNo \"0\"");
+        add("duplicate number", catalogueWith({"1,Loam,medium,20,USDA loam,0.078,0.43,0.036,1.56,24.96"}), 4, "SoilTypeNo 1 was already given on line 3");
+        add("duplicate name", catalogueWith({"", "# gap", "2,sand,medium,20,USDA loam,0.078,0.43,0.036,1.56,24.96"}), 6, "already given on line 3");
+        add("empty name", catalogueWith({"2,,medium,20,USDA loam,0.078,0.43,0.036,1.56,24.96"}), 4, "the Name is empty");
+        add("theta_s below theta_r", catalogueWith({"2,Loam,medium,20,USDA loam,0.45,0.43,0.036,1.56,24.96"}), 4, "theta_s 0.43 is not greater than theta_r 0.45");
+        add("theta_s above one", catalogueWith({"2,Loam,medium,20,USDA loam,0.078,1.2,0.036,1.56,24.96"}), 4, "theta_s 1.2 is greater than 1");
+        add("negative theta_r", catalogueWith({"2,Loam,medium,20,USDA loam,-0.01,0.43,0.036,1.56,24.96"}), 4, "theta_r -0.01 is negative");
+        add("n not above one", catalogueWith({"2,Loam,medium,20,USDA loam,0.078,0.43,0.036,1.0,24.96"}), 4, "n 1 must be greater than 1");
+        add("alpha not positive", catalogueWith({"2,Loam,medium,20,USDA loam,0.078,0.43,-0.036,1.56,24.96"}), 4, "alpha must be positive");
+        add("Ks zero", catalogueWith({"2,Loam,medium,20,USDA loam,0.078,0.43,0.036,1.56,0"}), 4, "Ks must be positive");
+        add("clay out of range", catalogueWith({"2,Loam,medium,120,USDA loam,0.078,0.43,0.036,1.56,24.96"}), 4, "Clay (%) 120 is outside 0 to 100");
+        add("open quote", catalogueWith({"2,\"Loam,medium,20,USDA loam,0.078,0.43,0.036,1.56,24.96"}), 4, "a quote in field 2 is not closed");
+        add("text after quote", catalogueWith({"2,\"Loam\"x,medium,20,USDA loam,0.078,0.43,0.036,1.56,24.96"}), 4, "text after a closing quote in field 2");
+        add("unknown column", "# c\n\nSoilTypeNo,Name,Texture,Clay (%),Soil Classification,theta_r,theta_s,alpha (1/cm),n,Ks (cm/day),pH\n", 3,
+            "unknown column \"pH\"");
+        add("unknown unit", "SoilTypeNo,Name,Texture,Clay (%),Soil Classification,theta_r,theta_s,alpha (1/ft),n,Ks (cm/day)\n", 1,
+            "unknown unit \"1/ft\" for column alpha");
+        add("Ks without unit", "SoilTypeNo,Name,Texture,Clay (%),Soil Classification,theta_r,theta_s,alpha (1/cm),n,Ks\n", 1,
+            "must state the unit of Ks");
+        add("missing column", "SoilTypeNo,Name,Texture,Soil Classification,theta_r,theta_s,alpha (1/cm),n,Ks (cm/day)\n", 1,
+            "the header lacks the column Clay (%)");
+        add("repeated column", "SoilTypeNo,Name,Name,Texture,Clay (%),Soil Classification,theta_r,theta_s,alpha (1/cm),n,Ks (cm/day)\n", 1,
+            "column \"Name\" appears twice");
+    }
+
+    void badLine()
+    {
+        QFETCH(QString, text);
+        QFETCH(int, line);
+        QFETCH(QString, what);
+        try {
+            SoilCatalogue::fromText(text, QStringLiteral("bad.csv"));
+            QFAIL("a bad catalogue was accepted");
+        } catch (const UlvexError &e) {
+            QCOMPARE(e.number(), int(TrickleBuildErrors::Catalogue));
+            const QString prefix = QStringLiteral("bad.csv line %1: ").arg(line);
+            QVERIFY2(e.description().startsWith(prefix), qPrintable(e.description()));
+            QVERIFY2(e.description().contains(what), qPrintable(e.description()));
+        }
+    }
+
+    void emptyOrMissingFile()
+    {
+        QVERIFY_THROWS_EXCEPTION(UlvexError, SoilCatalogue::fromText(QStringLiteral("# only a comment\n\n"), QStringLiteral("e.csv")));
+        QVERIFY_THROWS_EXCEPTION(UlvexError, SoilCatalogue::fromText(QString::fromLatin1(kHeader) + QLatin1Char('\n'), QStringLiteral("e.csv")));
+        try {
+            SoilCatalogue::fromFile(QStringLiteral("/nonexistent/soils.csv"));
+            QFAIL("a missing file was accepted");
+        } catch (const UlvexError &e) {
+            QVERIFY2(e.description().contains(QStringLiteral("/nonexistent/soils.csv")), qPrintable(e.description()));
+            QVERIFY2(e.description().contains(QStringLiteral("cannot open")), qPrintable(e.description()));
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(TstToolCatalogue)
+#include "tst_tool_catalogue.moc"

@@ -1,0 +1,396 @@
+// The build driver and the database writer of trickle-build, run with a test
+// double in place of the solver (so that these tests are fast and their expected
+// rows known): table layout, --only, refusing to overwrite, no partial file after
+// a failed case, byte-identical output.
+
+#include "ToolTestSupport.h"
+
+#include "builder/DatabaseWriter.h"
+#include "builder/TrickleBuild.h"
+#include "builder/TrickleBuildErrors.h"
+#include "shell/UlvexError.h"
+
+#include <QDir>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <mutex>
+#include <thread>
+
+namespace {
+
+using builder::CaseResult;
+using builder::CaseSpec;
+using builder::Emitter;
+
+// Deterministic stand-in for the solver: every number depends on the case, and
+// r, down and up differ, so a swapped column shows.
+CaseResult fakeRun(const CaseSpec &s)
+{
+    CaseResult r;
+    const double k = 0.001 * s.soil.number + 0.0001 * s.flowLitresPerHour - 0.00001 * s.initialHead;
+    for (int h = 1; h <= s.hours; ++h) {
+        builder::FrontRow f;
+        f.hour = h;
+        f.r = 0.01 * h + k;
+        f.down = 0.02 * h + k;
+        f.up = s.emitter == Emitter::Buried ? 0.005 * h + k : 0.0;
+        r.fronts.push_back(f);
+    }
+    r.massBalanceError = 1e-4 * s.soil.number + 1e-5 * s.flowLitresPerHour - 1e-6 * s.initialHead
+                       + (s.emitter == Emitter::Buried ? 1e-7 : 0.0);
+    r.timeSteps = 100 + s.soil.number;
+    return r;
+}
+
+double fakeK(int soil, int flowNo, double head)
+{
+    return 0.001 * soil + 0.0001 * TrickleBuild::flowRates()[size_t(flowNo - 1)] - 0.00001 * head;
+}
+
+const QString kSoils = QStringLiteral(ULVEX_SOURCE_DIR "/assets/soils.csv");
+
+TrickleBuildOptions optionsFor(const QString &out)
+{
+    TrickleBuildOptions o;
+    o.soilsPath = kSoils;
+    o.outPath = out;
+    o.threads = 2;
+    o.buildDate = QStringLiteral("2026-01-01T00:00:00Z");
+    o.solverSettings = QStringLiteral("test double");
+    return o;
+}
+
+TrickleBuildSummary build(const TrickleBuildOptions &o, TrickleBuild::Runner runner = fakeRun)
+{
+    TrickleBuild b(o, std::move(runner));
+    b.setLog([](const QString &) {});
+    return b.run();
+}
+
+} // namespace
+
+class TstToolDatabase : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void fullSweepLayout()
+    {
+        QTemporaryDir dir;
+        const QString out = dir.filePath(QStringLiteral("trickle.db"));
+        std::atomic<int> calls{0};
+        const TrickleBuildSummary sum = build(optionsFor(out), [&](const CaseSpec &s) { ++calls; return fakeRun(s); });
+        QCOMPARE(calls.load(), 360);
+        QCOMPARE(sum.cases, 360);
+        QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden), QStringList{QStringLiteral("trickle.db")});
+
+        ToolDb db(out);
+        QVERIFY(db.ok());
+        QCOMPARE(db.tables(), expectedTables());
+
+        QCOMPARE(db.columns(QStringLiteral("SoilTypeData")),
+                 QStringList({"SoilTypeNo INTEGER", "Name TEXT", "Texture TEXT", "Clay (%) REAL", "Soil Classification TEXT",
+                              "theta_r (m3/m3) REAL", "theta_s (m3/m3) REAL", "alpha (1/m) REAL", "n (-) REAL", "Ks (m/s) REAL"}));
+        QCOMPARE(db.columns(QStringLiteral("FlowRateData")), QStringList({"FlowRateNo INTEGER", "FlowRate REAL"}));
+        QCOMPARE(db.columns(QStringLiteral("TimeData")), QStringList({"ID INTEGER", "Time INTEGER"}));
+        const QStringList surface = {"SoilType INTEGER", "FlowRate INTEGER", "Time INTEGER", "r REAL", "z REAL"};
+        const QStringList buried = {"SoilType INTEGER", "FlowRate INTEGER", "Time INTEGER", "r REAL", "zplus REAL", "zminus REAL"};
+        for (const char *t : {"SurfaceData-c3", "SurfaceData-c6", "SurfaceData-c"})
+            QCOMPARE(db.columns(QString::fromLatin1(t)), surface);
+        for (const char *t : {"BuriedData-c3", "BuriedData-c6", "BuriedData-c"})
+            QCOMPARE(db.columns(QString::fromLatin1(t)), buried);
+        QCOMPARE(db.columns(QStringLiteral("BuriedData")),
+                 QStringList({"ID INTEGER", "SoilType INTEGER", "FlowRate INTEGER", "Time INTEGER", "r REAL", "zplus REAL", "zminus REAL"}));
+        QCOMPARE(db.columns(QStringLiteral("SurfaceData")),
+                 QStringList({"ID INTEGER", "SoilType INTEGER", "FlowRate INTEGER", "Time INTEGER", "z REAL", "r REAL"}));
+        QCOMPARE(db.columns(QStringLiteral("BuildInfo")), QStringList({"key TEXT", "value TEXT"}));
+
+        // Row counts.
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM SoilTypeData")).toInt(), 12);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM TimeData")).toInt(), 24);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM CaseInfo")).toInt(), 360);
+        for (const QString &t : expectedTables()) {
+            if (t.contains(QLatin1String("Data")) && t != QLatin1String("SoilTypeData") && t != QLatin1String("FlowRateData")
+                && t != QLatin1String("TimeData"))
+                QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM \"%1\"").arg(t)).toInt(), 12 * 5 * 24);
+        }
+
+        // Lookup contents.
+        QCOMPARE(db.rows(QStringLiteral("SELECT FlowRateNo, FlowRate FROM FlowRateData ORDER BY FlowRateNo")),
+                 QList<QVariantList>({{1, 0.5}, {2, 1.0}, {3, 2.0}, {4, 4.0}, {5, 8.0}}));
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM TimeData WHERE ID = Time AND ID BETWEEN 1 AND 24")).toInt(), 24);
+        const auto loam = db.rows(QStringLiteral("SELECT * FROM SoilTypeData WHERE SoilTypeNo = 4")).first();
+        QCOMPARE(loam.at(1).toString(), QStringLiteral("Loam"));
+        QCOMPARE(loam.at(2).toString(), QStringLiteral("medium"));
+        QVERIFY(qAbs(loam.at(7).toDouble() - 3.6) < 1e-12);
+        QVERIFY(qAbs(loam.at(9).toDouble() - 24.96 / 100 / 86400) < 1e-18);
+
+        // Keys are stored as integers, lengths as reals.
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM \"BuriedData-c6\" WHERE typeof(SoilType) = 'integer' AND "
+                                         "typeof(FlowRate) = 'integer' AND typeof(Time) = 'integer' AND typeof(r) = 'real' "
+                                         "AND typeof(zplus) = 'real' AND typeof(zminus) = 'real'")).toInt(), 1440);
+
+        // The program's own query, in its bracketed dialect, finds the solver's numbers.
+        const auto rows = db.rows(QStringLiteral("Select * From [SurfaceData-c6] Where SoilType = 4 And FlowRate = 3 And Time <= 3 Order By Time"));
+        QCOMPARE(rows.size(), 3);
+        const double k = fakeK(4, 3, -6.0);
+        for (int i = 0; i < 3; ++i) {
+            QCOMPARE(rows[i].at(2).toInt(), i + 1);
+            QCOMPARE(rows[i].at(3).toDouble(), 0.01 * (i + 1) + k);
+            QCOMPARE(rows[i].at(4).toDouble(), 0.02 * (i + 1) + k);
+        }
+        const auto b = db.rows(QStringLiteral("Select r, zplus, zminus From [BuriedData-c3] Where SoilType = 12 And FlowRate = 5 And Time = 24"));
+        QCOMPARE(b.size(), 1);
+        QCOMPARE(b[0].at(0).toDouble(), 0.24 + fakeK(12, 5, -3.0));
+        QCOMPARE(b[0].at(1).toDouble(), 0.48 + fakeK(12, 5, -3.0));
+        QCOMPARE(b[0].at(2).toDouble(), 0.12 + fakeK(12, 5, -3.0));
+
+        // Export tables: the dry fronts, in the export's column order.
+        const auto sx = db.rows(QStringLiteral("Select * From SurfaceData Where SoilType = 2 And FlowRate = 1 Order By Time"));
+        QCOMPARE(sx.size(), 24);
+        QCOMPARE(sx[4].at(3).toInt(), 5);
+        QCOMPARE(sx[4].at(4).toDouble(), 0.10 + fakeK(2, 1, -10.0)); // z
+        QCOMPARE(sx[4].at(5).toDouble(), 0.05 + fakeK(2, 1, -10.0)); // r
+        const auto bx = db.rows(QStringLiteral("Select * From BuriedData Where SoilType = 2 And FlowRate = 1 Order By Time"));
+        QCOMPARE(bx.size(), 24);
+        QCOMPARE(bx[4].at(4).toDouble(), 0.05 + fakeK(2, 1, -10.0));  // r
+        QCOMPARE(bx[4].at(5).toDouble(), 0.10 + fakeK(2, 1, -10.0));  // zplus
+        QCOMPARE(bx[4].at(6).toDouble(), 0.025 + fakeK(2, 1, -10.0)); // zminus
+        QCOMPARE(db.value(QStringLiteral("SELECT count(DISTINCT ID) FROM BuriedData")).toInt(), 1440);
+
+        // BuildInfo and CaseInfo.
+        QCOMPARE(db.buildInfo(QStringLiteral("build_date")), QStringLiteral("2026-01-01T00:00:00Z"));
+        QCOMPARE(db.buildInfo(QStringLiteral("front_threshold")), QStringLiteral("0.1"));
+        QCOMPARE(db.buildInfo(QStringLiteral("solver_settings")), QStringLiteral("test double"));
+        QCOMPARE(db.buildInfo(QStringLiteral("builder_version")), QStringLiteral(ULVEX_VERSION));
+        QCOMPARE(db.buildInfo(QStringLiteral("cases")), QStringLiteral("360"));
+        const double largest = 1e-4 * 12 + 1e-5 * 8 + 1e-6 * 10 + 1e-7;
+        QVERIFY(qAbs(db.buildInfo(QStringLiteral("max_mass_balance_error")).toDouble() - largest) < 1e-9);
+        QVERIFY(qAbs(sum.largestMassBalanceError - largest) < 1e-15);
+        QCOMPARE(db.buildInfo(QStringLiteral("max_mass_balance_case")), QStringLiteral("soil 12 (Clay), 8 L/h, -10 m, buried"));
+        QCOMPARE(db.value(QStringLiteral("SELECT MassBalanceError FROM CaseInfo WHERE SoilType = 3 AND FlowRate = 2 AND "
+                                         "InitialHead = -6 AND Emitter = 'surface'")).toDouble(),
+                 1e-4 * 3 + 1e-5 * 1 + 1e-6 * 6);
+        QCOMPARE(db.value(QStringLiteral("SELECT TimeSteps FROM CaseInfo WHERE SoilType = 7 AND FlowRate = 1 AND "
+                                         "InitialHead = -3 AND Emitter = 'buried'")).toInt(), 107);
+    }
+
+    void casesReachTheSolverAsSpecified()
+    {
+        QTemporaryDir dir;
+        TrickleBuildOptions o = optionsFor(dir.filePath(QStringLiteral("t.db")));
+        o.only = {TrickleBuild::parseCase(QStringLiteral("4,5,6,buried"))};
+        o.frontThreshold = 0.25;
+        CaseSpec seen;
+        int calls = 0;
+        build(o, [&](const CaseSpec &s) { seen = s; ++calls; return fakeRun(s); });
+        QCOMPARE(calls, 1);
+        QCOMPARE(seen.soil.number, 4);
+        QCOMPARE(QString::fromStdString(seen.soil.name), QStringLiteral("Loam"));
+        QCOMPARE(seen.flowLitresPerHour, 8.0);
+        QCOMPARE(seen.initialHead, -6.0);
+        QVERIFY(seen.emitter == Emitter::Buried);
+        QCOMPARE(seen.hours, 24);
+        QCOMPARE(seen.frontThreshold, 0.25);
+        ToolDb db(o.outPath);
+        QCOMPARE(db.buildInfo(QStringLiteral("front_threshold")), QStringLiteral("0.25"));
+    }
+
+    void onlyHoldsThatCase()
+    {
+        QTemporaryDir dir;
+        TrickleBuildOptions o = optionsFor(dir.filePath(QStringLiteral("only.db")));
+        o.only = {TrickleBuild::parseCase(QStringLiteral("4,5,10,buried"))};
+        build(o);
+        ToolDb db(o.outPath);
+        QCOMPARE(db.tables(), expectedTables());
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM SoilTypeData")).toInt(), 12);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM FlowRateData")).toInt(), 5);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM TimeData")).toInt(), 24);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM [BuriedData-c] WHERE SoilType = 4 AND FlowRate = 5")).toInt(), 24);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM [BuriedData-c]")).toInt(), 24);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM BuriedData WHERE SoilType = 4 AND FlowRate = 5")).toInt(), 24);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM BuriedData")).toInt(), 24);
+        for (const char *t : {"BuriedData-c3", "BuriedData-c6", "SurfaceData-c3", "SurfaceData-c6", "SurfaceData-c", "SurfaceData"})
+            QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM \"%1\"").arg(QString::fromLatin1(t))).toInt(), 0);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM CaseInfo")).toInt(), 1);
+        QCOMPARE(db.buildInfo(QStringLiteral("cases")), QStringLiteral("1"));
+
+        // A wet case does not reach the export tables.
+        TrickleBuildOptions w = optionsFor(dir.filePath(QStringLiteral("wet.db")));
+        w.only = {TrickleBuild::parseCase(QStringLiteral("1,1,3,s")), TrickleBuild::parseCase(QStringLiteral("2,1,-6,surface"))};
+        build(w);
+        ToolDb wdb(w.outPath);
+        QCOMPARE(wdb.value(QStringLiteral("SELECT count(*) FROM [SurfaceData-c3]")).toInt(), 24);
+        QCOMPARE(wdb.value(QStringLiteral("SELECT count(*) FROM [SurfaceData-c6]")).toInt(), 24);
+        QCOMPARE(wdb.value(QStringLiteral("SELECT count(*) FROM SurfaceData")).toInt(), 0);
+    }
+
+    void parseCase()
+    {
+        const TrickleBuildCase c = TrickleBuild::parseCase(QStringLiteral(" 12 , 1 , -3 , Buried "));
+        QCOMPARE(c.soil, 12);
+        QCOMPARE(c.flowRateNo, 1);
+        QCOMPARE(c.initialHead, -3.0);
+        QVERIFY(c.emitter == Emitter::Buried);
+        for (const char *bad : {"1,2,3", "1,2,3,up", "1,6,3,surface", "1,0.5,3,surface", "x,1,3,surface", "1,1,5,surface", "1,1,3,surface,9"}) {
+            try {
+                TrickleBuild::parseCase(QString::fromLatin1(bad));
+                QFAIL(bad);
+            } catch (const UlvexError &e) {
+                QCOMPARE(e.number(), int(TrickleBuildErrors::Usage));
+                QVERIFY(e.description().contains(QString::fromLatin1(bad)));
+            }
+        }
+        // A soil the catalogue does not hold, and a case given twice.
+        QTemporaryDir dir;
+        TrickleBuildOptions o = optionsFor(dir.filePath(QStringLiteral("x.db")));
+        o.only = {TrickleBuild::parseCase(QStringLiteral("13,1,3,surface"))};
+        QVERIFY_THROWS_EXCEPTION(UlvexError, build(o));
+        o.only = {TrickleBuild::parseCase(QStringLiteral("1,1,3,surface")), TrickleBuild::parseCase(QStringLiteral("1,1,-3,s"))};
+        QVERIFY_THROWS_EXCEPTION(UlvexError, build(o));
+        QVERIFY(QDir(dir.path()).isEmpty(QDir::Files | QDir::Hidden));
+    }
+
+    void refusesToOverwrite()
+    {
+        QTemporaryDir dir;
+        const QString out = dir.filePath(QStringLiteral("trickle.db"));
+        {
+            QFile f(out);
+            QVERIFY(f.open(QIODevice::WriteOnly));
+            f.write("keep me");
+        }
+        TrickleBuildOptions o = optionsFor(out);
+        o.only = {TrickleBuild::parseCase(QStringLiteral("1,1,3,surface"))};
+        std::atomic<int> calls{0};
+        try {
+            build(o, [&](const CaseSpec &s) { ++calls; return fakeRun(s); });
+            QFAIL("an existing file was overwritten without --force");
+        } catch (const UlvexError &e) {
+            QCOMPARE(e.number(), int(TrickleBuildErrors::OutputExists));
+            QVERIFY2(e.description().contains(QStringLiteral("--force")), qPrintable(e.description()));
+        }
+        QCOMPARE(calls.load(), 0); // refused before computing anything
+        QCOMPARE(fileBytes(out), QByteArray("keep me"));
+        QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
+
+        o.force = true;
+        build(o);
+        ToolDb db(out);
+        QVERIFY(db.ok());
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM [SurfaceData-c3]")).toInt(), 24);
+        QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden), QStringList{QStringLiteral("trickle.db")});
+    }
+
+    void failedCaseLeavesNoFile_data()
+    {
+        QTest::addColumn<int>("mode");
+        QTest::addColumn<QString>("why");
+        QTest::newRow("front reached boundary") << 0 << QStringLiteral("a front reached the boundary of the solution domain (edge at r = 3 m)");
+        QTest::newRow("solver threw") << 1 << QStringLiteral("the solver failed: no convergence");
+        QTest::newRow("missing fronts") << 2 << QStringLiteral("the solver returned 23 front(s), not one for each hour 1 to 24");
+        QTest::newRow("not a number") << 3 << QStringLiteral("the mass balance error is not a number");
+    }
+
+    void failedCaseLeavesNoFile()
+    {
+        QFETCH(int, mode);
+        QFETCH(QString, why);
+        QTemporaryDir dir;
+        const QString out = dir.filePath(QStringLiteral("trickle.db"));
+        TrickleBuildOptions o = optionsFor(out);
+        o.only = {TrickleBuild::parseCase(QStringLiteral("1,1,3,surface")), TrickleBuild::parseCase(QStringLiteral("3,2,3,buried")),
+                  TrickleBuild::parseCase(QStringLiteral("5,1,10,surface"))};
+        auto runner = [mode](const CaseSpec &s) {
+            CaseResult r = fakeRun(s);
+            if (s.soil.number == 3) {
+                switch (mode) {
+                case 0: r.reachedBoundary = true; r.message = "edge at r = 3 m"; break;
+                case 1: throw std::runtime_error("no convergence");
+                case 2: r.fronts.pop_back(); break;
+                default: r.massBalanceError = std::nan(""); break;
+                }
+            }
+            return r;
+        };
+        try {
+            build(o, runner);
+            QFAIL("a failed case gave a database");
+        } catch (const UlvexError &e) {
+            QCOMPARE(e.number(), int(TrickleBuildErrors::CaseFailed));
+            QVERIFY2(e.description().contains(QStringLiteral("soil 3 (Sandy Loam), 1 L/h, -3 m, buried")), qPrintable(e.description()));
+            QVERIFY2(e.description().contains(why), qPrintable(e.description()));
+        }
+        // Neither the database nor its temporary file nor a journal is left behind.
+        QCOMPARE(QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), QStringList());
+    }
+
+    void outputIsDeterministic()
+    {
+        // Two builds, one on one thread and one on four with cases finishing out of
+        // order, give the same bytes.
+        QTemporaryDir dir;
+        TrickleBuildOptions a = optionsFor(dir.filePath(QStringLiteral("a.db")));
+        a.threads = 1;
+        build(a);
+        TrickleBuildOptions b = optionsFor(dir.filePath(QStringLiteral("b.db")));
+        b.threads = 4;
+        build(b, [](const CaseSpec &s) {
+            // Early cases take longer, so later ones finish first.
+            std::this_thread::sleep_for(std::chrono::microseconds(s.soil.number <= 1 ? 2000 : 0));
+            return fakeRun(s);
+        });
+        const QByteArray ba = fileBytes(a.outPath), bb = fileBytes(b.outPath);
+        QVERIFY(ba.size() > 10000);
+        QVERIFY(ba == bb);
+
+        // A different date is recorded, so the files differ: the date is really in there.
+        TrickleBuildOptions c = optionsFor(dir.filePath(QStringLiteral("c.db")));
+        c.buildDate = QStringLiteral("2026-01-02T00:00:00Z");
+        build(c);
+        QVERIFY(fileBytes(c.outPath) != ba);
+    }
+
+    void buildDateFromEnvironment()
+    {
+        QCOMPARE(TrickleBuild::buildDate(QStringLiteral("given")), QStringLiteral("given"));
+        const QByteArray old = qgetenv("SOURCE_DATE_EPOCH");
+        qputenv("SOURCE_DATE_EPOCH", "1700000000");
+        QCOMPARE(TrickleBuild::buildDate(QString()), QStringLiteral("2023-11-14T22:13:20Z"));
+        qputenv("SOURCE_DATE_EPOCH", "soon");
+        QVERIFY_THROWS_EXCEPTION(UlvexError, TrickleBuild::buildDate(QString()));
+        qunsetenv("SOURCE_DATE_EPOCH");
+        const QDateTime now = QDateTime::fromString(TrickleBuild::buildDate(QString()), Qt::ISODate);
+        QVERIFY(now.isValid());
+        QVERIFY(qAbs(now.secsTo(QDateTime::currentDateTimeUtc())) < 60);
+        if (!old.isEmpty())
+            qputenv("SOURCE_DATE_EPOCH", old);
+    }
+
+    void frontTableNames()
+    {
+        QCOMPARE(DatabaseWriter::frontTable(Emitter::Surface, -3.0), QStringLiteral("SurfaceData-c3"));
+        QCOMPARE(DatabaseWriter::frontTable(Emitter::Surface, -6.0), QStringLiteral("SurfaceData-c6"));
+        QCOMPARE(DatabaseWriter::frontTable(Emitter::Buried, -10.0), QStringLiteral("BuriedData-c"));
+        QVERIFY_THROWS_EXCEPTION(UlvexError, DatabaseWriter::frontTable(Emitter::Buried, -5.0));
+    }
+
+    void badThreshold()
+    {
+        QTemporaryDir dir;
+        TrickleBuildOptions o = optionsFor(dir.filePath(QStringLiteral("t.db")));
+        for (double f : {0.0, 1.0, -0.1, 1.5}) {
+            o.frontThreshold = f;
+            QVERIFY_THROWS_EXCEPTION(UlvexError, build(o));
+        }
+        QVERIFY(QDir(dir.path()).isEmpty(QDir::Files | QDir::Hidden));
+    }
+};
+
+QTEST_GUILESS_MAIN(TstToolDatabase)
+#include "tst_tool_database.moc"
