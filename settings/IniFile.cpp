@@ -260,42 +260,59 @@ qint32 IniFile::getInt(const QString &section, const QString &key, qint32 defaul
 
 bool IniFile::writeString(const QString &section, const QString &key, const QString &value)
 {
+    const QVector<Line> before = m_lines;
+    const bool existed = m_existed;
+    if (!setString(section, key, value))
+        return false;
+    if (!commit()) {
+        m_lines = before;
+        m_existed = existed;
+        return false;
+    }
+    return true;
+}
+
+bool IniFile::commit()
+{
+    if (!save(m_lines))
+        return false;
+    m_existed = true;
+    return true;
+}
+
+bool IniFile::setString(const QString &section, const QString &key, const QString &value)
+{
     const QByteArray sec = oneLine(section).trimmed();
     const QByteArray k = oneLine(key).trimmed();
     const QByteArray v = oneLine(value).trimmed();
     if (k.isEmpty() || k.contains('=') || k.startsWith('[') || isComment(k) || sec.contains(']'))
         return false;
 
-    QVector<Line> lines = m_lines;
     const QString secName = QString::fromUtf8(sec);
     const QString keyName = QString::fromUtf8(k);
     const int h = findSection(secName);
     if (h < 0) {
-        if (!lines.isEmpty() && !lines.last().raw.trimmed().isEmpty())
-            lines.append(parseLine(QByteArray(), false));
-        lines.append(parseLine('[' + sec + ']', lines.isEmpty()));
-        lines.append(parseLine(k + '=' + v, false));
-    } else {
-        const int e = findEntry(h, keyName);
-        if (e >= 0) {
-            // The key keeps the spelling it has in the file.
-            Line &l = lines[e];
-            l = parseLine(l.name.toUtf8() + '=' + v, e == 0);
-        } else {
-            int after = h;
-            const int end = sectionEnd(h);
-            for (int i = h + 1; i < end; ++i) {
-                const QByteArray t = m_lines.at(i).raw.trimmed();
-                if (!t.isEmpty() && !isComment(t))
-                    after = i;
-            }
-            lines.insert(after + 1, parseLine(k + '=' + v, false));
-        }
+        if (!m_lines.isEmpty() && !m_lines.last().raw.trimmed().isEmpty())
+            m_lines.append(parseLine(QByteArray(), false));
+        m_lines.append(parseLine('[' + sec + ']', m_lines.isEmpty()));
+        m_lines.append(parseLine(k + '=' + v, false));
+        return true;
     }
-    if (!save(lines))
-        return false;
-    m_lines = lines;
-    m_existed = true;
+    const int e = findEntry(h, keyName);
+    if (e >= 0) {
+        // The key keeps the spelling it has in the file.
+        Line &l = m_lines[e];
+        l = parseLine(l.name.toUtf8() + '=' + v, e == 0);
+        return true;
+    }
+    int after = h;
+    const int end = sectionEnd(h);
+    for (int i = h + 1; i < end; ++i) {
+        const QByteArray t = m_lines.at(i).raw.trimmed();
+        if (!t.isEmpty() && !isComment(t))
+            after = i;
+    }
+    m_lines.insert(after + 1, parseLine(k + '=' + v, false));
     return true;
 }
 

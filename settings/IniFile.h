@@ -70,10 +70,19 @@ public:
     // at the nearest limit.
     qint32 getInt(const QString &section, const QString &key, qint32 defaultValue) const;
 
-    // Writes key=value (see above). False when the file could not be replaced,
-    // and for names that could not be read back: an empty key, a key holding
-    // "=" or starting with "[", ";" or "#", a section name holding "]".
+    // Writes key=value (see above) and replaces the file. False when the file
+    // could not be replaced, and for names that could not be read back: an
+    // empty key, a key holding "=" or starting with "[", ";" or "#", a section
+    // name holding "]". On failure the object is left as it was.
     bool writeString(const QString &section, const QString &key, const QString &value);
+
+    // Sets key=value in memory only, with the rules of writeString; commit()
+    // then replaces the file once. A record save uses this so that all its keys
+    // reach the file together or not at all.
+    bool setString(const QString &section, const QString &key, const QString &value);
+
+    // Replaces the file with the text held now; false when it cannot be written.
+    bool commit();
 
     // Names of the sections in file order (first occurrence only).
     QStringList sectionNames() const;

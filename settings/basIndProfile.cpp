@@ -68,14 +68,14 @@ float readSingle(const QString &section, const QString &key, qint16 buffer, cons
                     file);
 }
 
-void writeInt(const QString &section, const QString &key, qint64 value, const QString &file)
+void writeInt(IniFile &ini, const QString &section, const QString &key, qint64 value)
 {
-    basIndProfile::WriteIniString(section, key, QString::number(value), file);
+    ini.setString(section, key, QString::number(value));
 }
 
-void writeSingle(const QString &section, const QString &key, float value, const QString &file)
+void writeSingle(IniFile &ini, const QString &section, const QString &key, float value)
 {
-    basIndProfile::WriteIniString(section, key, basIndProfile::SingleText(value), file);
+    ini.setString(section, key, basIndProfile::SingleText(value));
 }
 
 QString colourKey(int i)
@@ -83,35 +83,42 @@ QString colourKey(int i)
     return QStringLiteral("Color%1").arg(i);
 }
 
-// Writes every key of the graph record in the record's order.
+// Writes every key of the graph record in the record's order. The keys are
+// set one after the other, exactly as single writes would place them, and the
+// file is replaced once: a record reaches the file whole or not at all. A
+// file that cannot be written is left as it was, without a word.
 void writeGraph(const GraphSettings &s, const QString &file)
 {
+    IniFile ini(file);
     const QString sec = QString::fromLatin1(basIndProfile::GraphSection);
-    writeInt(sec, QStringLiteral("AutoScaleX"), s.AutoScaleX, file);
-    writeInt(sec, QStringLiteral("AutoScaleY"), s.AutoScaleY, file);
-    writeSingle(sec, QStringLiteral("MaxX"), s.MaxX, file);
-    writeSingle(sec, QStringLiteral("MaxY"), s.MaxY, file);
-    writeInt(sec, QStringLiteral("XDecPlaces"), s.XDecPlaces, file);
-    writeInt(sec, QStringLiteral("YDecPlaces"), s.YDecPlaces, file);
-    writeInt(sec, QStringLiteral("BackOn"), s.BackOn, file);
-    writeSingle(sec, QStringLiteral("EmitterDepth"), s.EmitterDepth, file);
-    writeInt(sec, QStringLiteral("MaxSim"), s.MaxSim, file);
+    writeInt(ini, sec, QStringLiteral("AutoScaleX"), s.AutoScaleX);
+    writeInt(ini, sec, QStringLiteral("AutoScaleY"), s.AutoScaleY);
+    writeSingle(ini, sec, QStringLiteral("MaxX"), s.MaxX);
+    writeSingle(ini, sec, QStringLiteral("MaxY"), s.MaxY);
+    writeInt(ini, sec, QStringLiteral("XDecPlaces"), s.XDecPlaces);
+    writeInt(ini, sec, QStringLiteral("YDecPlaces"), s.YDecPlaces);
+    writeInt(ini, sec, QStringLiteral("BackOn"), s.BackOn);
+    writeSingle(ini, sec, QStringLiteral("EmitterDepth"), s.EmitterDepth);
+    writeInt(ini, sec, QStringLiteral("MaxSim"), s.MaxSim);
     for (int i = 1; i <= 8; ++i)
-        writeInt(sec, colourKey(i), s.Color[size_t(i)], file);
-    writeSingle(sec, QStringLiteral("Width"), s.Width, file);
-    basIndProfile::WriteIniString(sec, QStringLiteral("TimeScale"), s.TimeScale, file);
+        writeInt(ini, sec, colourKey(i), s.Color[size_t(i)]);
+    writeSingle(ini, sec, QStringLiteral("Width"), s.Width);
+    ini.setString(sec, QStringLiteral("TimeScale"), s.TimeScale);
+    ini.commit();
 }
 
 void writeLVSoil(const LVSoilSettings &s, const QString &file)
 {
+    IniFile ini(file);
     const QString sec = QString::fromLatin1(basIndProfile::LVSoilSection);
-    writeSingle(sec, QStringLiteral("C1"), s.C1, file);
-    writeSingle(sec, QStringLiteral("C2"), s.C2, file);
-    writeSingle(sec, QStringLiteral("C3"), s.C3, file);
-    writeSingle(sec, QStringLiteral("C4"), s.C4, file);
-    writeSingle(sec, QStringLiteral("C5"), s.C5, file);
-    writeInt(sec, QStringLiteral("Height"), s.Height, file);
-    writeInt(sec, QStringLiteral("Width"), s.Width, file);
+    writeSingle(ini, sec, QStringLiteral("C1"), s.C1);
+    writeSingle(ini, sec, QStringLiteral("C2"), s.C2);
+    writeSingle(ini, sec, QStringLiteral("C3"), s.C3);
+    writeSingle(ini, sec, QStringLiteral("C4"), s.C4);
+    writeSingle(ini, sec, QStringLiteral("C5"), s.C5);
+    writeInt(ini, sec, QStringLiteral("Height"), s.Height);
+    writeInt(ini, sec, QStringLiteral("Width"), s.Width);
+    ini.commit();
 }
 
 } // namespace

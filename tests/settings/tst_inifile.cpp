@@ -327,6 +327,19 @@ private slots:
             QCOMPARE(back.value("A", QString("K%1").arg(i)), std::optional<QString>(QString::number(i)));
     }
 
+    void setStringWaitsForCommit()
+    {
+        writeAll(m_path, "[A]\na=1\n");
+        IniFile ini(m_path);
+        QVERIFY(ini.setString("A", "a", "2"));
+        QVERIFY(ini.setString("B", "b", "3"));
+        QVERIFY(ini.setString("A", "c", "4"));
+        QCOMPARE(readAll(m_path), QByteArray("[A]\na=1\n"));
+        QCOMPARE(ini.value("a", "A"), std::optional<QString>("2"));
+        QVERIFY(ini.commit());
+        QCOMPARE(readAll(m_path), QByteArray("[A]\na=2\nc=4\n\n[B]\nb=3\n"));
+    }
+
     void writeIntoMissingFolderFailsQuietly()
     {
         const QString path = m_dir.filePath("no/such/folder/test.ini");
