@@ -114,7 +114,9 @@ QString TestDatabase::create(const QString &folder, const Options &options)
                     kept << c;
             return kept;
         };
-        auto typeOf = [](const QString &column) {
+        auto typeOf = [](const QString &table, const QString &column) {
+            if (table == QLatin1String("FlowRateData") && column == QLatin1String("FlowRate"))
+                return QStringLiteral("REAL"); // litres per hour, not a position
             if (column == QLatin1String("ID"))
                 return QStringLiteral("INTEGER PRIMARY KEY AUTOINCREMENT");
             if (column == QLatin1String("SoilType") || column == QLatin1String("FlowRate")
@@ -129,7 +131,7 @@ QString TestDatabase::create(const QString &folder, const Options &options)
         auto createTable = [&](const QString &table, const QStringList &cols) {
             QStringList defs;
             for (const QString &c : cols)
-                defs << bracket(c) + QLatin1Char(' ') + typeOf(c);
+                defs << bracket(c) + QLatin1Char(' ') + typeOf(table, c);
             run(q, "CREATE TABLE " + bracket(table) + " (" + defs.join(", ") + ")");
         };
         auto insert = [&](const QString &table, const QStringList &cols,
