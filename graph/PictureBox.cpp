@@ -123,6 +123,7 @@ void PictureBox::mouseMoveEvent(QMouseEvent *event)
 void PictureBox::mousePressEvent(QMouseEvent *event)
 {
     m_pressInside = true;
+    m_inDoubleClick = false;
     QWidget::mousePressEvent(event);
 }
 
@@ -142,8 +143,9 @@ void PictureBox::mouseDoubleClickEvent(QMouseEvent *event)
 {
     m_pressInside = false;
     m_inDoubleClick = true;
+    // Not passed on: the base class would turn it into another press.
+    event->accept();
     emit doubleClicked();
-    QWidget::mouseDoubleClickEvent(event);
 }
 
 void PictureBox::focusOutEvent(QFocusEvent *event)
