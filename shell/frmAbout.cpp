@@ -138,7 +138,7 @@ frmAbout::frmAbout(QWidget *parent)
     layout->addWidget(line);
     layout->addLayout(bottom);
 
-    resize(540, 440);
+    resize(540, 400);
     m_cmdOK->setFocus();
 }
 

@@ -9,6 +9,7 @@
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest>
@@ -219,6 +220,21 @@ private slots:
             QVERIFY(!w->toolTip().isEmpty());
             QCOMPARE(w->accessibleDescription(), w->toolTip());
         }
+    }
+
+    void everyNamedControlIsDescribed()
+    {
+        frmAbout about;
+        int controls = 0;
+        for (QWidget *w : about.findChildren<QWidget *>()) {
+            if (!QRegularExpression("^(cmd|txt|lbl|pic)").match(w->objectName()).hasMatch())
+                continue;
+            ++controls;
+            QVERIFY2(!w->accessibleName().isEmpty(), qPrintable(w->objectName()));
+            if (!w->toolTip().isEmpty())
+                QCOMPARE(w->accessibleDescription(), w->toolTip());
+        }
+        QVERIFY(controls >= 9);
     }
 
     void renderPicture()

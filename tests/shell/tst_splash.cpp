@@ -7,6 +7,7 @@
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest>
@@ -140,6 +141,21 @@ private slots:
         }
         QCOMPARE(splash.findChild<QWidget *>("cmdAgree")->accessibleName(), QString("OK"));
         QCOMPARE(splash.findChild<QWidget *>("cmdDisagree")->accessibleName(), QString("Cancel"));
+    }
+
+    void everyNamedControlIsDescribed()
+    {
+        frmSplash splash;
+        int controls = 0;
+        for (QWidget *w : splash.findChildren<QWidget *>()) {
+            if (!QRegularExpression("^(cmd|txt|lbl|pic)").match(w->objectName()).hasMatch())
+                continue;
+            ++controls;
+            QVERIFY2(!w->accessibleName().isEmpty(), qPrintable(w->objectName()));
+            if (!w->toolTip().isEmpty())
+                QCOMPARE(w->accessibleDescription(), w->toolTip());
+        }
+        QVERIFY(controls >= 4);
     }
 
     void renderPicture()
