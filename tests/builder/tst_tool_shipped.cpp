@@ -1,0 +1,242 @@
+// The shipped database assets/trickle.db: its layout, its mass balance, the
+// physical sense of its fronts, and that trickle-build rebuilds some of its
+// cases to the same rows.
+
+#include "ToolTestSupport.h"
+
+#include "builder/SolverSettings.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <cmath>
+#include <map>
+#include <tuple>
+
+namespace {
+
+const QString kShipped = QStringLiteral(ULVEX_SOURCE_DIR "/assets/trickle.db");
+const QString kSoils = QStringLiteral(ULVEX_SOURCE_DIR "/assets/soils.csv");
+const QString kTool = QStringLiteral(TRICKLE_BUILD_EXE);
+
+struct Front
+{
+    double r = 0, down = 0, up = 0;
+};
+
+// Key: soil, flow, time -> front, for one table.
+using Fronts = std::map<std::tuple<int, int, int>, Front>;
+
+Fronts readFronts(const ToolDb &db, const QString &table)
+{
+    Fronts f;
+    const bool buried = table.startsWith(QLatin1String("Buried"));
+    const QString sql = buried ? QStringLiteral("SELECT SoilType, FlowRate, Time, r, zplus, zminus FROM \"%1\"").arg(table)
+                               : QStringLiteral("SELECT SoilType, FlowRate, Time, r, z, 0 FROM \"%1\"").arg(table);
+    for (const auto &row : db.rows(sql))
+        f[{row[0].toInt(), row[1].toInt(), row[2].toInt()}] = {row[3].toDouble(), row[4].toDouble(), row[5].toDouble()};
+    return f;
+}
+
+const char *const kFrontTables[] = {"SurfaceData-c3", "SurfaceData-c6", "SurfaceData-c", "BuriedData-c3", "BuriedData-c6", "BuriedData-c"};
+
+} // namespace
+
+class TstToolShipped : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        if (!QFileInfo::exists(kShipped))
+            QSKIP("assets/trickle.db does not exist yet; build it with trickle-build as builder/README.md explains");
+    }
+
+    void layout()
+    {
+        ToolDb db(kShipped);
+        QVERIFY(db.ok());
+        QCOMPARE(db.tables(), expectedTables());
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM SoilTypeData")).toInt(), 12);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM FlowRateData")).toInt(), 5);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM TimeData")).toInt(), 24);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM CaseInfo")).toInt(), 360);
+        for (const char *t : kFrontTables) {
+            const QString table = QString::fromLatin1(t);
+            QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM \"%1\"").arg(table)).toInt(), 12 * 5 * 24);
+            QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM (SELECT DISTINCT SoilType, FlowRate, Time FROM \"%1\")").arg(table)).toInt(),
+                     12 * 5 * 24);
+        }
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM SurfaceData")).toInt(), 12 * 5 * 24);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM BuriedData")).toInt(), 12 * 5 * 24);
+        QCOMPARE(db.columns(QStringLiteral("SurfaceData")),
+                 QStringList({"ID INTEGER", "SoilType INTEGER", "FlowRate INTEGER", "Time INTEGER", "z REAL", "r REAL"}));
+        QCOMPARE(db.columns(QStringLiteral("BuriedData")),
+                 QStringList({"ID INTEGER", "SoilType INTEGER", "FlowRate INTEGER", "Time INTEGER", "r REAL", "zplus REAL", "zminus REAL"}));
+        // The export tables hold the dry fronts.
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM SurfaceData e JOIN \"SurfaceData-c\" d USING (SoilType, FlowRate, Time) "
+                                         "WHERE e.r = d.r AND e.z = d.z")).toInt(), 1440);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM BuriedData e JOIN \"BuriedData-c\" d USING (SoilType, FlowRate, Time) "
+                                         "WHERE e.r = d.r AND e.zplus = d.zplus AND e.zminus = d.zminus")).toInt(), 1440);
+        // Built with the settings the solver has now, and the default front.
+        QCOMPARE(db.buildInfo(QStringLiteral("solver_settings")), QString::fromStdString(builder::SolverSettings().describe()));
+        QCOMPARE(db.buildInfo(QStringLiteral("front_threshold")), QStringLiteral("0.1"));
+        QCOMPARE(db.buildInfo(QStringLiteral("cases")), QStringLiteral("360"));
+        QVERIFY(!db.buildInfo(QStringLiteral("build_date")).isEmpty());
+        // Lengths are metres: every front lies between 1 mm and 5 m.
+        for (const char *t : kFrontTables) {
+            for (const auto &kv : readFronts(db, QString::fromLatin1(t))) {
+                QVERIFY(kv.second.r > 0.001 && kv.second.r < 5.0);
+                QVERIFY(kv.second.down > 0.001 && kv.second.down < 5.0);
+                QVERIFY(kv.second.up >= 0.0 && kv.second.up < 5.0);
+            }
+        }
+    }
+
+    void massBalance()
+    {
+        ToolDb db(kShipped);
+        const double largest = db.buildInfo(QStringLiteral("max_mass_balance_error")).toDouble();
+        QVERIFY2(largest < 0.005, qPrintable(QStringLiteral("largest mass-balance error %1").arg(largest)));
+        const auto rows = db.rows(QStringLiteral("SELECT SoilType, FlowRate, InitialHead, Emitter, MassBalanceError FROM CaseInfo"));
+        QCOMPARE(rows.size(), 360);
+        double seen = 0;
+        for (const auto &row : rows) {
+            const double e = row[4].toDouble();
+            QVERIFY2(e >= 0 && e < 0.005, qPrintable(QStringLiteral("soil %1 flow %2 head %3 %4: mass-balance error %5")
+                                                         .arg(row[0].toInt()).arg(row[1].toInt()).arg(row[2].toDouble())
+                                                         .arg(row[3].toString()).arg(e)));
+            seen = std::max(seen, e);
+        }
+        QVERIFY(std::abs(seen - largest) <= 1e-6 * seen);
+    }
+
+    void frontsGrowWithTime()
+    {
+        ToolDb db(kShipped);
+        for (const char *t : kFrontTables) {
+            const Fronts f = readFronts(db, QString::fromLatin1(t));
+            for (int s = 1; s <= 12; ++s) {
+                for (int q = 1; q <= 5; ++q) {
+                    for (int h = 2; h <= 24; ++h) {
+                        const Front &a = f.at({s, q, h - 1}), &b = f.at({s, q, h});
+                        const QString where = QStringLiteral("%1 soil %2 flow %3 hour %4").arg(QString::fromLatin1(t)).arg(s).arg(q).arg(h);
+                        QVERIFY2(b.r >= a.r && b.down >= a.down && b.up >= a.up, qPrintable(where));
+                    }
+                    const Front &first = f.at({s, q, 1}), &last = f.at({s, q, 24});
+                    QVERIFY(last.r > first.r && last.down > first.down);
+                }
+            }
+        }
+    }
+
+    void frontsGrowWithFlow()
+    {
+        // More water makes a larger bulb: at the same time, the wetted extent
+        // (radius and depth) does not shrink with a larger flow and grows overall.
+        ToolDb db(kShipped);
+        for (const char *t : kFrontTables) {
+            const Fronts f = readFronts(db, QString::fromLatin1(t));
+            for (int s = 1; s <= 12; ++s) {
+                for (int h = 1; h <= 24; ++h) {
+                    for (int q = 2; q <= 5; ++q) {
+                        const Front &a = f.at({s, q - 1, h}), &b = f.at({s, q, h});
+                        const QString where = QStringLiteral("%1 soil %2 flow %3 hour %4").arg(QString::fromLatin1(t)).arg(s).arg(q).arg(h);
+                        QVERIFY2(b.r >= a.r && b.down >= a.down, qPrintable(where));
+                    }
+                    const Front &small = f.at({s, 1, h}), &large = f.at({s, 5, h});
+                    QVERIFY(large.r + large.down > small.r + small.down);
+                }
+            }
+        }
+    }
+
+    void wetterSoilWetsFurther()
+    {
+        ToolDb db(kShipped);
+        for (const QString &family : {QStringLiteral("SurfaceData"), QStringLiteral("BuriedData")}) {
+            const Fronts wet = readFronts(db, family + QStringLiteral("-c3"));
+            const Fronts moist = readFronts(db, family + QStringLiteral("-c6"));
+            const Fronts dry = readFronts(db, family + QStringLiteral("-c"));
+            for (const auto &kv : dry) {
+                const Front &d = kv.second, &m = moist.at(kv.first), &w = wet.at(kv.first);
+                const QString where = QStringLiteral("%1 soil %2 flow %3 hour %4").arg(family).arg(std::get<0>(kv.first))
+                                          .arg(std::get<1>(kv.first)).arg(std::get<2>(kv.first));
+                QVERIFY2(w.r + w.down > m.r + m.down && m.r + m.down > d.r + d.down, qPrintable(where));
+            }
+        }
+    }
+
+    void sandWetsDeeperAndNarrowerThanClay()
+    {
+        // Same water volume (flow and time): the sand bulb is deeper than wide
+        // relative to the clay bulb, where capillarity spreads water sideways.
+        ToolDb db(kShipped);
+        for (const char *t : kFrontTables) {
+            const Fronts f = readFronts(db, QString::fromLatin1(t));
+            for (int q = 1; q <= 5; ++q) {
+                for (int h : {6, 12, 24}) {
+                    const Front &sand = f.at({1, q, h}), &clay = f.at({12, q, h});
+                    const QString where = QStringLiteral("%1 flow %2 hour %3").arg(QString::fromLatin1(t)).arg(q).arg(h);
+                    QVERIFY2(sand.down / sand.r > clay.down / clay.r, qPrintable(where));
+                    QVERIFY2(sand.down > clay.down, qPrintable(where));
+                }
+            }
+        }
+    }
+
+    void rebuildMatchesShippedRows()
+    {
+        // Rebuild the two cheapest cases (fewest time steps) of the sweep, one of
+        // them dry so the export tables are compared too, and compare every row.
+        ToolDb shipped(kShipped);
+        const auto cheap = shipped.rows(QStringLiteral("SELECT SoilType, FlowRate, InitialHead, Emitter FROM CaseInfo ORDER BY TimeSteps, SoilType, FlowRate LIMIT 1"));
+        const auto cheapDry = shipped.rows(QStringLiteral("SELECT SoilType, FlowRate, InitialHead, Emitter FROM CaseInfo WHERE InitialHead = -10 "
+                                                          "ORDER BY TimeSteps, SoilType, FlowRate LIMIT 1"));
+        QCOMPARE(cheap.size(), 1);
+        QCOMPARE(cheapDry.size(), 1);
+        QStringList args = {"--soils", kSoils, "--threads", "2", "--build-date", "test"};
+        QList<QVariantList> cases = {cheap.first()};
+        if (cheapDry.first() != cheap.first())
+            cases << cheapDry.first();
+        for (const auto &c : cases)
+            args << "--only" << QStringLiteral("%1,%2,%3,%4").arg(c[0].toInt()).arg(c[1].toInt()).arg(-c[2].toDouble()).arg(c[3].toString());
+
+        QTemporaryDir dir;
+        const QString out = dir.filePath(QStringLiteral("rebuilt.db"));
+        QProcess p;
+        p.start(kTool, args << "--out" << out);
+        QVERIFY(p.waitForFinished(55000));
+        QVERIFY2(p.exitStatus() == QProcess::NormalExit && p.exitCode() == 0, qPrintable(p.readAllStandardError()));
+
+        ToolDb rebuilt(out);
+        int compared = 0;
+        for (const char *t : {"SurfaceData-c3", "SurfaceData-c6", "SurfaceData-c", "BuriedData-c3", "BuriedData-c6", "BuriedData-c",
+                              "SurfaceData", "BuriedData"}) {
+            const QString table = QString::fromLatin1(t);
+            const bool buried = table.startsWith(QLatin1String("Buried"));
+            const QString cols = buried ? QStringLiteral("r, zplus, zminus") : QStringLiteral("r, z");
+            const auto rows = rebuilt.rows(QStringLiteral("SELECT SoilType, FlowRate, Time, %1 FROM \"%2\" ORDER BY SoilType, FlowRate, Time").arg(cols, table));
+            for (const auto &row : rows) {
+                const auto ref = shipped.rows(QStringLiteral("SELECT %1 FROM \"%2\" WHERE SoilType = %3 AND FlowRate = %4 AND Time = %5")
+                                                  .arg(cols, table).arg(row[0].toInt()).arg(row[1].toInt()).arg(row[2].toInt()));
+                QCOMPARE(ref.size(), 1);
+                for (int k = 0; k < ref.first().size(); ++k) {
+                    const double diff = std::abs(row[3 + k].toDouble() - ref.first()[k].toDouble());
+                    QVERIFY2(diff <= 1e-6, qPrintable(QStringLiteral("%1 soil %2 flow %3 time %4 column %5: differs by %6 m")
+                                                          .arg(table).arg(row[0].toInt()).arg(row[1].toInt()).arg(row[2].toInt()).arg(k).arg(diff)));
+                }
+                ++compared;
+            }
+        }
+        // Each case fills 24 rows of its front table, and the dry one 24 export rows as well.
+        QCOMPARE(compared, 24 * int(cases.size()) + 24);
+    }
+};
+
+QTEST_GUILESS_MAIN(TstToolShipped)
+#include "tst_tool_shipped.moc"
