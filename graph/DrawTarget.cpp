@@ -2,6 +2,7 @@
 
 #include "shell/Twips.h"
 
+#include <QCache>
 #include <QFontMetricsF>
 #include <QImage>
 #include <QPaintDevice>
@@ -176,15 +177,83 @@ void DrawTarget::disc(double cx, double cy, double radius, const QColor &color)
     m_painter->setBrush(Qt::NoBrush);
 }
 
+namespace {
+
+// Large text is not held in the glyph cache of the raster engine and would be
+// outlined anew on every redraw, which costs more than the rest of the graph
+// together. On raster surfaces each text is therefore rendered once into an
+// image with alpha and then only blended in place.
+struct RenderedText
+{
+    QImage image;
+    QPoint offset; // of the image's top-left corner from the text's origin
+};
+
+QCache<QString, RenderedText> &renderedTextCache()
+{
+    // Cost in kilobytes: room for the texts of several large graphs.
+    thread_local QCache<QString, RenderedText> cache(64 * 1024);
+    return cache;
+}
+
+bool isRasterImage(const QPainter *painter)
+{
+    return painter->device()->devType() == QInternal::Image
+        && painter->worldTransform().type() <= QTransform::TxTranslate;
+}
+
+} // namespace
+
 void DrawTarget::print(double x, double y, const QString &text, const QColor &color)
 {
-    if (!isActive())
+    if (!isActive() || text.isEmpty())
         return;
     const QFont font = currentFont();
     const QFontMetricsF metrics(font, m_painter->device());
-    m_painter->setFont(font);
-    m_painter->setPen(color);
-    m_painter->drawText(QPointF(x, y + metrics.ascent()), text);
+    if (!isRasterImage(m_painter)) {
+        m_painter->setFont(font);
+        m_painter->setPen(color);
+        m_painter->drawText(QPointF(x, y + metrics.ascent()), text);
+        return;
+    }
+    // On images text starts on whole pixels, whichever way it is drawn.
+    const QPoint origin(qRound(x), qRound(y + metrics.ascent()));
+    // Small text is cached by the raster engine itself and drawn directly.
+    if (metrics.height() < 48.0) {
+        m_painter->setFont(font);
+        m_painter->setPen(color);
+        m_painter->drawText(origin, text);
+        return;
+    }
+
+    const QString key = font.key() + QLatin1Char('\x1f') + QString::number(m_deviceDpi)
+        + QLatin1Char('\x1f') + QString::number(color.rgba(), 16) + QLatin1Char('\x1f') + text;
+    RenderedText *rendered = renderedTextCache().object(key);
+    if (!rendered) {
+        const QRect bounds = metrics.boundingRect(text).toAlignedRect().adjusted(-2, -2, 2, 2);
+        auto made = std::make_unique<RenderedText>();
+        made->image = QImage(bounds.size(), QImage::Format_ARGB32_Premultiplied);
+        made->image.fill(Qt::transparent);
+        made->offset = bounds.topLeft();
+        {
+            QPainter painter(&made->image);
+            painter.setRenderHint(QPainter::TextAntialiasing, true);
+            painter.setFont(font);
+            painter.setPen(color);
+            painter.drawText(QPointF(-bounds.left(), -bounds.top()), text);
+        }
+        const int cost = qMax(1, int(made->image.sizeInBytes() / 1024));
+        rendered = made.get();
+        if (!renderedTextCache().insert(key, made.release(), cost))
+            rendered = nullptr; // larger than the whole cache: drawn directly below
+    }
+    if (rendered) {
+        m_painter->drawImage(origin + rendered->offset, rendered->image);
+    } else {
+        m_painter->setFont(font);
+        m_painter->setPen(color);
+        m_painter->drawText(origin, text);
+    }
 }
 
 double DrawTarget::TextWidth(const QString &text)

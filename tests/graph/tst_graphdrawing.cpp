@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QFont>
 #include <QImage>
+#include <QPainter>
 #include <QPdfWriter>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -500,6 +501,45 @@ private slots:
         ties.AddEllipse(makeFront("second", 0.4f, 0.1f, 0.3f, kRed));
         QCOMPARE(ties.MaxRadius1Record()->label(), QString("first"));
         QCOMPARE(ties.MaxZminusRecord()->label(), QString("first"));
+    }
+
+    void textOnImagesMatchesDirectDrawing()
+    {
+        // Large text on raster images is rendered once and then blended from
+        // a cache; small or large, first time or again, it must come out as
+        // if drawn directly.
+        for (double points : {8.0, 60.0}) {
+            for (int pass = 0; pass < 2; ++pass) {
+                QImage cached(700, 200, QImage::Format_RGB32);
+                cached.fill(QColor(204, 255, 255));
+                QImage direct = cached;
+                {
+                    DrawTarget target = DrawTarget::forImage(&cached);
+                    target.setFontSize(points);
+                    target.setFontBold(true);
+                    target.print(10, 20, "Sand 1.5", QColor(0, 0, 128));
+                }
+                QFont font("Verdana");
+                font.setPointSizeF(points * DrawTarget::screenUnitsPerPoint() * 72.0
+                                   / cached.logicalDpiY());
+                font.setBold(true);
+                {
+                    QPainter painter(&direct);
+                    painter.setFont(font);
+                    painter.setPen(QColor(0, 0, 128));
+                    const QFontMetricsF metrics(font, &direct);
+                    painter.drawText(QPoint(10, qRound(20 + metrics.ascent())), "Sand 1.5");
+                }
+                int differing = 0;
+                for (int y = 0; y < cached.height(); ++y)
+                    for (int x = 0; x < cached.width(); ++x)
+                        if (cached.pixel(x, y) != direct.pixel(x, y))
+                            ++differing;
+                QVERIFY2(differing == 0, qPrintable(QString("%1 pixels differ at %2 pt, pass %3")
+                                                        .arg(differing).arg(points).arg(pass)));
+                QVERIFY(countColor(cached, cached.rect(), QColor(0, 0, 128)) > 10);
+            }
+        }
     }
 
     void axisLabelsAreRounded()
