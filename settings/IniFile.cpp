@@ -104,6 +104,7 @@ IniFile::Line IniFile::parseLine(const QByteArray &rawIn, bool first)
         return line;
     line.kind = Kind::Entry;
     line.name = QString::fromUtf8(key);
+    line.key = key;
     line.value = t.mid(eq + 1).trimmed();
     return line;
 }
@@ -202,7 +203,7 @@ int IniFile::getSection(const QString &section, QString &out, int size) const
     for (int i = h + 1; i < end && bytes.size() <= limit; ++i) {
         const Line &l = m_lines.at(i);
         if (l.kind == Kind::Entry) {
-            bytes += l.name.toUtf8();
+            bytes += l.key;
             bytes += '=';
             bytes += l.value;
             bytes += '\0';
@@ -302,7 +303,7 @@ bool IniFile::setString(const QString &section, const QString &key, const QStrin
     if (e >= 0) {
         // The key keeps the spelling it has in the file.
         Line &l = m_lines[e];
-        l = parseLine(l.name.toUtf8() + '=' + v, e == 0);
+        l = parseLine(l.key + '=' + v, e == 0);
         return true;
     }
     int after = h;

@@ -94,6 +94,7 @@ private:
         QByteArray raw;   // the line as in the file, without its line end
         Kind kind = Kind::Other;
         QString name;     // section name or key
+        QByteArray key;   // the key's bytes as in the file, blanks removed
         QByteArray value; // entry value, blanks removed
     };
 

@@ -296,6 +296,16 @@ private slots:
         QCOMPARE(readAll(m_path), before + "k=1\n");
     }
 
+    void writeKeepsKeyBytesThatAreNoUtf8()
+    {
+        writeAll(m_path, "[A]\nk\xFF=1\n");
+        IniFile ini(m_path);
+        QString out;
+        QCOMPARE(ini.getSection("A", out, 100), 5);
+        QVERIFY(ini.writeString("A", QString("k") + QChar(0xFFFD), "2"));
+        QCOMPARE(readAll(m_path), QByteArray("[A]\nk\xFF=2\n"));
+    }
+
     void writeValueIsOneLine()
     {
         IniFile ini(m_path);
