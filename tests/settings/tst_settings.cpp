@@ -322,6 +322,8 @@ private slots:
         QTest::newRow("infinity") << QByteArray("inf") << 13;
         QTest::newRow("nan") << QByteArray("nan") << 13;
         QTest::newRow("beyond single") << QByteArray("1e39") << 6;
+        QTest::newRow("beyond double") << QByteArray("1e400") << 6;
+        QTest::newRow("negative beyond") << QByteArray("-4e38") << 6;
     }
 
     void floatThatIsNoNumberFails()
