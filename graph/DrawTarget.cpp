@@ -160,7 +160,7 @@ void DrawTarget::arc(double cx, double cy, double rx, double ry, double startAng
     m_painter->setPen(QPen(color, m_drawWidth, Qt::SolidLine, Qt::RoundCap));
     m_painter->setBrush(Qt::NoBrush);
     // QPainter counts angles in sixteenths of a degree, counter-clockwise from
-    // three o'clock, as the arc is specified.
+    // three o'clock, the same convention as the angles given here.
     const int start = qRound(qRadiansToDegrees(startAngle) * 16.0);
     const int span = qRound(qRadiansToDegrees(endAngle - startAngle) * 16.0);
     m_painter->drawArc(QRectF(cx - rx, cy - ry, 2 * rx, 2 * ry), start, span);

@@ -61,6 +61,14 @@ QString GraphEllipse::DrawGraph()
     return result;
 }
 
+QString GraphEllipse::DrawGraphOn(QPaintDevice *device, const QSize &size) const
+{
+    // A copy takes the scaled values and scales of this drawing, so the mouse
+    // position keeps following what Picture1 shows.
+    GraphDrawing copy = m_drawing;
+    return copy.DrawGraphOn(device, size);
+}
+
 QString GraphEllipse::DrawLegend(DrawTarget &target)
 {
     m_drawing.setPictureScaleHeight(m_picture1->ScaleHeight());
@@ -290,6 +298,8 @@ void GraphEllipse::resizeEvent(QResizeEvent *event)
 
 void GraphEllipse::applyResize()
 {
+    if (!m_picture1)
+        return;
     const double newWidth = width();
     const double newHeight = height();
     const double xRatio = newWidth / m_designSize.width();

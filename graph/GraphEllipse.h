@@ -32,6 +32,10 @@ public:
 
     // Operations. Errors come back as text, empty on success.
     QString DrawGraph();
+    // The same graph through the same procedures on another paint device
+    // (an image, PDF or SVG generator), laid out for the given size. The
+    // control's own picture and scales are left as they are.
+    QString DrawGraphOn(QPaintDevice *device, const QSize &size) const;
     QString DrawLegend(DrawTarget &target);
     QString AddEllipse(const clsData &record);
     void Cls();

@@ -5,6 +5,8 @@
 
 #include <QApplication>
 #include <QLineEdit>
+#include <QPrinter>
+#include <QTemporaryDir>
 #include <QSignalSpy>
 #include <QVBoxLayout>
 #include <QtTest>
@@ -275,6 +277,49 @@ private slots:
             QCOMPARE(graph.DrawLegend(form), QString("Incorrect object type, Procedure DrawLegend"));
         }
         QCOMPARE(other, before);
+    }
+
+    void drawGraphOnAnotherDeviceLeavesThePictureAlone()
+    {
+        GraphEllipse graph;
+        fill(graph);
+        graph.setDrawBackground(true);
+        QCOMPARE(graph.DrawGraph(), QString());
+        const QImage before = graph.Image();
+        const float vs = graph.VerticalScale();
+        QImage big(800, 1200, QImage::Format_RGB32);
+        big.fill(Qt::black);
+        QCOMPARE(graph.DrawGraphOn(&big, big.size()), QString());
+        QCOMPARE(big.pixelColor(2, 2), QColor(204 - 5 * 19, 255, 255));
+        QCOMPARE(big.pixelColor(int(0.188 * 800), int(0.15 * 1200)), QColor(255, 0, 0));
+        QCOMPARE(graph.Image(), before);
+        QCOMPARE(graph.VerticalScale(), vs);
+    }
+
+    void printerTargetOnAPrinter()
+    {
+        QTemporaryDir dir;
+        const QString path = dir.filePath("legend.pdf");
+        GraphEllipse graph;
+        fill(graph);
+        QCOMPARE(graph.DrawGraph(), QString());
+        {
+            QPrinter printer(QPrinter::HighResolution);
+            printer.setOutputFormat(QPrinter::PdfFormat);
+            printer.setOutputFileName(path);
+            DrawTarget target = DrawTarget::forPrinter(&printer);
+            QCOMPARE(target.TypeName(), QString("Printer"));
+            QVERIFY(target.isActive());
+            QCOMPARE(target.ScaleWidth(), double(printer.width()));
+            QCOMPARE(graph.DrawLegend(target), QString());
+            QCOMPARE(graph.drawing().DrawEllipse(target), QString());
+            QCOMPARE(graph.drawing().DrawGround(target, 0, 10),
+                     QString("Incorrect object type, Procedure DrawGround"));
+        }
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QVERIFY(file.read(5) == "%PDF-");
+        QVERIFY(file.size() > 1000);
     }
 
     void resizeScalesThePictureAndRedraws()
