@@ -9,7 +9,9 @@
 #include <QPainter>
 #include <QPen>
 #include <QRectF>
+#include <QPolygonF>
 #include <QtMath>
+#include <cmath>
 
 const QString DrawTarget::PictureBoxType = QStringLiteral("PictureBox");
 const QString DrawTarget::PrinterType = QStringLiteral("Printer");
@@ -159,6 +161,22 @@ void DrawTarget::arc(double cx, double cy, double rx, double ry, double startAng
     m_painter->setRenderHint(QPainter::Antialiasing, true);
     m_painter->setPen(QPen(color, m_drawWidth, Qt::SolidLine, Qt::RoundCap));
     m_painter->setBrush(Qt::NoBrush);
+    if (rx == 0.0 || ry == 0.0) {
+        // A flat arc (a front that does not reach above the emitter, say) is
+        // the straight path the arc would run along: from its start through
+        // every quarter point it passes to its end.
+        QPolygonF path;
+        const auto pointAt = [&](double angle) {
+            return QPointF(cx + rx * std::cos(angle), cy - ry * std::sin(angle));
+        };
+        path << pointAt(startAngle);
+        for (double quarter = std::floor(startAngle / M_PI_2 + 1.0) * M_PI_2; quarter < endAngle;
+             quarter += M_PI_2)
+            path << pointAt(quarter);
+        path << pointAt(endAngle);
+        m_painter->drawPolyline(path);
+        return;
+    }
     // QPainter counts angles in sixteenths of a degree, counter-clockwise from
     // three o'clock, the same convention as the angles given here.
     const int start = qRound(qRadiansToDegrees(startAngle) * 16.0);

@@ -323,6 +323,25 @@ private slots:
         }
     }
 
+    void frontWithoutUpwardReachHasAFlatUpperHalf()
+    {
+        // zminus 0: the upper half-ellipse has no height and is drawn as the
+        // straight line along the horizontal semi-axis.
+        GraphDrawing drawing;
+        drawing.properties().LineWidth = 3;
+        QCOMPARE(drawing.AddEllipse(makeFront("1 Hour", 0.3f, 0.5f, 0.0f, kRed)), QString());
+        QImage image = blankImage();
+        QCOMPARE(drawing.DrawGraphOn(&image, image.size()), QString());
+        const double r = 0.3 * drawing.HorizontalScale();
+        const double cy = 0.3 * kH + 0.25 * drawing.VerticalScale();
+        for (double f : {-0.9, -0.5, 0.25, 0.6, 0.9})
+            QCOMPARE(at(image, kW / 2.0 + f * r, cy), kRed);
+        QCOMPARE(at(image, kW / 2.0, cy + 0.5 * drawing.VerticalScale()), kRed);
+        // Nothing above the line.
+        QCOMPARE(countColor(image, QRect(int(kW / 2.0 - r), int(0.3 * kH) + 2, int(2 * r),
+                                         int(cy) - int(0.3 * kH) - 6), kRed), 0);
+    }
+
     void frontsAreClippedToThePlottedArea()
     {
         GraphDrawing drawing;
