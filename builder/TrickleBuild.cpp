@@ -274,6 +274,17 @@ TrickleBuildSummary TrickleBuild::run()
     int threads = opt.threads > 0 ? opt.threads : int(hw > 0 ? hw : 1);
     threads = std::max(1, std::min(threads, int(cases.size())));
 
+    // Cases start roughly dearest first (high flow, buried: the largest bulbs),
+    // so that no long case is left running alone at the end of the sweep. The
+    // order of writing does not depend on this.
+    std::vector<size_t> startOrder(cases.size());
+    for (size_t i = 0; i < cases.size(); ++i)
+        startOrder[i] = i;
+    std::stable_sort(startOrder.begin(), startOrder.end(), [&](size_t a, size_t b) {
+        return std::make_tuple(-cases[a].flowRateNo, -emitterRank(cases[a].emitter))
+             < std::make_tuple(-cases[b].flowRateNo, -emitterRank(cases[b].emitter));
+    });
+
     std::vector<Outcome> outcomes(cases.size());
     std::atomic<size_t> next{0};
     std::atomic<bool> stop{false};
@@ -289,9 +300,10 @@ TrickleBuildSummary TrickleBuild::run()
         for (;;) {
             if (stop.load())
                 return;
-            const size_t i = next.fetch_add(1);
-            if (i >= cases.size())
+            const size_t n = next.fetch_add(1);
+            if (n >= cases.size())
                 return;
+            const size_t i = startOrder[n];
             const TrickleBuildCase &c = cases[i];
             CaseSpec spec;
             spec.soil = *catalogue.find(c.soil);
