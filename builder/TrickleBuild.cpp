@@ -352,7 +352,7 @@ TrickleBuildSummary TrickleBuild::run()
             } else {
                 m_log(QStringLiteral("[%1/%2] %3: %4 s, mass balance %5 %; elapsed %6, about %7 left")
                           .arg(finished, 3).arg(cases.size()).arg(nameOf(c)).arg(out.seconds, 0, 'f', 1)
-                          .arg(100.0 * r.massBalanceError, 0, 'f', 3).arg(fmtDuration(elapsed), fmtDuration(left)));
+                          .arg(100.0 * r.massBalanceError, 0, 'g', 3).arg(fmtDuration(elapsed), fmtDuration(left)));
                 if (r.massBalanceError > 0.005)
                     m_log(QStringLiteral("warning: %1: mass balance error %2 % exceeds 0.5 %")
                               .arg(nameOf(c)).arg(100.0 * r.massBalanceError, 0, 'f', 3));
@@ -438,6 +438,6 @@ TrickleBuildSummary TrickleBuild::run()
                          "largest mass balance error %10 % (%11)")
               .arg(opt.outPath).arg(sum.cases).arg(fmtDuration(sum.wallSeconds)).arg(sum.wallSeconds, 0, 'f', 1).arg(threads)
               .arg(sum.cheapestSeconds, 0, 'f', 2).arg(sum.cheapestCase).arg(sum.dearestSeconds, 0, 'f', 2).arg(sum.dearestCase)
-              .arg(100.0 * sum.largestMassBalanceError, 0, 'f', 4).arg(sum.largestMassBalanceCase));
+              .arg(100.0 * sum.largestMassBalanceError, 0, 'g', 3).arg(sum.largestMassBalanceCase));
     return sum;
 }
