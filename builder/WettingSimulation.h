@@ -1,7 +1,10 @@
 #pragma once
 
 #include "builder/CaseSpec.h"
+#include "builder/SoilModel.h"
 #include "builder/SolverSettings.h"
+
+#include <memory>
 
 namespace builder {
 
@@ -11,5 +14,38 @@ namespace builder {
 // and settings give the same numbers bit for bit, on any thread.
 // Safe to call from several threads at once (no shared state).
 CaseResult runCase(const CaseSpec& spec, const SolverSettings& settings = SolverSettings());
+
+// The simulation behind runCase: chooses the mesh and domain for the case,
+// drives the solver hour by hour, grows the domain when the wetting reaches
+// its edge and measures the fronts.
+class WettingSimulation
+{
+public:
+    WettingSimulation(const CaseSpec& spec, const SolverSettings& settings);
+
+    CaseResult run();
+
+    // The soil functions used for a catalogue soil: van Genuchten-Mualem, with
+    // the air-entry modification when n < settings.airEntryMaxN.
+    static std::unique_ptr<SoilModel> makeSoil(const SoilParams& soil,
+                                               const SolverSettings& settings);
+    static bool usesAirEntry(const SoilParams& soil, const SolverSettings& settings);
+
+    // Figures of the last run, for benchmarks and tests.
+    int finalCells() const { return m_finalCells; }
+    double finalRadius() const { return m_finalRadius; }
+    double finalDepth() const { return m_finalDepth; }
+    double finalHeight() const { return m_finalHeight; }
+    int growths() const { return m_growths; }
+    double pondRadius() const { return m_pondRadius; }
+    double bookedMassBalanceError() const { return m_bookedError; }
+
+private:
+    CaseSpec m_spec;
+    SolverSettings m_set;
+    int m_finalCells = 0, m_growths = 0;
+    double m_finalRadius = 0, m_finalDepth = 0, m_finalHeight = 0, m_pondRadius = 0;
+    double m_bookedError = 0;
+};
 
 } // namespace builder

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "builder/AxisymmetricMesh.h"
+
+#include <vector>
+
+namespace builder {
+
+// Finds the extent of the wetted zone: the outline where the water content
+// has risen to `threshold` (an absolute water content). Values between cell
+// centres are interpolated linearly, so the extents vary smoothly as the
+// front moves instead of jumping from cell to cell.
+class FrontTracker
+{
+public:
+    struct Extent
+    {
+        double radius = 0;  // greatest distance from the axis
+        double down = 0;    // greatest depth below the emitter level
+        double up = 0;      // greatest height above the emitter level
+        bool wet = false;   // some cell reached the threshold
+        // the threshold was reached in the last cells of a side, so the outline
+        // may extend beyond the domain
+        bool touchesOuter = false, touchesBottom = false, touchesTop = false;
+    };
+
+    // `emitterZ` is the depth of the emitter (0 for a surface emitter); cells
+    // at rows above it count for `up`, below it for `down`.
+    static Extent measure(const AxisymmetricMesh& mesh, const std::vector<double>& theta,
+                          double threshold, double emitterZ);
+};
+
+} // namespace builder

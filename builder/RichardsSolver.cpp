@@ -1,0 +1,428 @@
+#include "builder/RichardsSolver.h"
+
+#include <algorithm>
+#include <cmath>
+#include <stdexcept>
+
+namespace builder {
+
+namespace {
+int sideIndex(RichardsSolver::Side s) { return int(s); }
+}
+
+RichardsSolver::RichardsSolver(const SoilModel& soil, const AxisymmetricMesh& mesh,
+                               const SolverSettings& settings)
+    : m_soil(soil), m_mesh(mesh), m_set(settings)
+{
+    m_h.assign(m_mesh.cells(), -1.0);
+    m_theta.assign(m_mesh.cells(), 0.0);
+    m_sources.assign(m_mesh.cells(), 0.0);
+    m_nextStep = m_set.firstStep;
+    buildPattern();
+}
+
+void RichardsSolver::setUniformHead(double h)
+{
+    setHeads(std::vector<double>(m_mesh.cells(), h));
+}
+
+void RichardsSolver::setHeads(const std::vector<double>& h)
+{
+    if (int(h.size()) != m_mesh.cells())
+        throw std::invalid_argument("RichardsSolver: wrong number of heads");
+    m_h = h;
+    for (int i = 0; i < m_mesh.cells(); ++i)
+        m_theta[i] = m_soil.theta(m_h[i]);
+}
+
+void RichardsSolver::setFixedHeads(Side side, const std::vector<double>& heads)
+{
+    m_bc[sideIndex(side)] = Boundary{Boundary::Head, heads};
+}
+
+void RichardsSolver::setFixedInflows(Side side, const std::vector<double>& inflows)
+{
+    m_bc[sideIndex(side)] = Boundary{Boundary::Inflow, inflows};
+}
+
+void RichardsSolver::setSources(const std::vector<double>& sources)
+{
+    if (int(sources.size()) != m_mesh.cells())
+        throw std::invalid_argument("RichardsSolver: wrong number of sources");
+    m_sources = sources;
+}
+
+void RichardsSolver::setPond(double flow, double minRadius)
+{
+    m_pond = true;
+    m_pondFlow = flow;
+    m_pondMinRadius = minRadius;
+    m_pondK = 0;
+    while (m_pondK < m_mesh.columns() && m_mesh.rFaces()[m_pondK + 1] <= minRadius * (1 + 1e-9))
+        ++m_pondK;
+    m_pondRadius = m_mesh.rFaces()[m_pondK];
+}
+
+int RichardsSolver::boundaryCell(Side side, int i) const
+{
+    switch (side) {
+    case Side::Top: return m_mesh.index(i, 0);
+    case Side::Bottom: return m_mesh.index(i, m_mesh.rows() - 1);
+    case Side::Outer: return m_mesh.index(m_mesh.columns() - 1, i);
+    }
+    return 0;
+}
+
+void RichardsSolver::buildPattern()
+{
+    const int nr = m_mesh.columns(), nz = m_mesh.rows(), n = m_mesh.cells();
+    const auto& rf = m_mesh.rFaces();
+    m_faces.clear();
+    // radial faces between columns ir and ir+1
+    for (int iz = 0; iz < nz; ++iz)
+        for (int ir = 0; ir + 1 < nr; ++ir) {
+            const double area = 2.0 * M_PI * rf[ir + 1] * m_mesh.dz(iz);
+            const double dist = m_mesh.rCentre(ir + 1) - m_mesh.rCentre(ir);
+            m_faces.push_back(Face{m_mesh.index(ir, iz), m_mesh.index(ir + 1, iz), area / dist, 0.0,
+                                   0, 0, 0, 0});
+        }
+    // vertical faces between rows iz (above) and iz+1 (below)
+    for (int iz = 0; iz + 1 < nz; ++iz)
+        for (int ir = 0; ir < nr; ++ir) {
+            const double area = m_mesh.ringArea(ir);
+            const double dist = m_mesh.zCentre(iz + 1) - m_mesh.zCentre(iz);
+            m_faces.push_back(Face{m_mesh.index(ir, iz), m_mesh.index(ir, iz + 1), area / dist, area,
+                                   0, 0, 0, 0});
+        }
+    std::vector<Eigen::Triplet<double>> trip;
+    trip.reserve(n + 2 * m_faces.size());
+    for (int i = 0; i < n; ++i)
+        trip.emplace_back(i, i, 1.0);
+    for (const Face& f : m_faces) {
+        trip.emplace_back(f.a, f.b, 1.0);
+        trip.emplace_back(f.b, f.a, 1.0);
+    }
+    m_a.resize(n, n);
+    m_a.setFromTriplets(trip.begin(), trip.end());
+    m_a.makeCompressed();
+    auto position = [this](int row, int col) {
+        const int* outer = m_a.outerIndexPtr();
+        const int* inner = m_a.innerIndexPtr();
+        const int* hit = std::lower_bound(inner + outer[col], inner + outer[col + 1], row);
+        return int(hit - inner);
+    };
+    m_diag.resize(n);
+    for (int i = 0; i < n; ++i)
+        m_diag[i] = position(i, i);
+    for (Face& f : m_faces) {
+        f.paa = m_diag[f.a];
+        f.pbb = m_diag[f.b];
+        f.pab = position(f.a, f.b);
+        f.pba = position(f.b, f.a);
+    }
+    m_analysed = false;
+}
+
+void RichardsSolver::evaluate(const std::vector<double>& h, std::vector<SoilModel::Point>& pts) const
+{
+    pts.resize(h.size());
+    for (size_t i = 0; i < h.size(); ++i)
+        pts[i] = m_soil.at(h[i]);
+}
+
+double RichardsSolver::storage() const
+{
+    double s = 0;
+    for (int iz = 0; iz < m_mesh.rows(); ++iz)
+        for (int ir = 0; ir < m_mesh.columns(); ++ir)
+            s += m_mesh.volume(ir, iz) * m_theta[m_mesh.index(ir, iz)];
+    return s;
+}
+
+bool RichardsSolver::step(double dt)
+{
+    const int n = m_mesh.cells();
+    std::vector<double> hm = m_h, hNext(n), thetaNext(n);
+    std::vector<SoilModel::Point> pts;
+    bool converged = false;
+    double inflowRate = 0;
+    int it = 0;
+    const int savedPondK = m_pondK;
+    const double savedPondRadius = m_pondRadius;
+    std::vector<double> thetaM = m_theta;
+    for (it = 1; it <= m_set.maxIterations; ++it) {
+        evaluate(hm, pts);
+        for (int i = 0; i < n; ++i)
+            thetaM[i] = pts[i].theta;
+        // the first iterate is the old state; theta^m must be theta(h^m)
+        if (!solveLinear(pts, hm, dt, hNext, inflowRate))
+            break;
+        bool ok = true, finite = true;
+        for (int i = 0; i < n; ++i) {
+            if (!std::isfinite(hNext[i])) {
+                finite = false;
+                break;
+            }
+            thetaNext[i] = m_soil.theta(hNext[i]);
+            const double tolH = m_set.headTolerance + m_set.headRelTolerance * std::fabs(hNext[i]);
+            if (std::fabs(hNext[i] - hm[i]) > tolH
+                || std::fabs(thetaNext[i] - thetaM[i]) > m_set.thetaTolerance)
+                ok = false;
+        }
+        if (!finite)
+            break;
+        hm.swap(hNext);
+        if (ok) {
+            converged = true;
+            break;
+        }
+    }
+    double maxChange = 0;
+    if (converged)
+        for (int i = 0; i < n; ++i)
+            maxChange = std::max(maxChange, std::fabs(thetaNext[i] - m_theta[i]));
+    if (!converged || maxChange > m_set.maxThetaChange) {
+        m_pondK = savedPondK;
+        m_pondRadius = savedPondRadius;
+        ++m_rejected;
+        m_lastIterations = it;
+        if (converged)
+            m_nextStep = dt * std::max(0.2, 0.8 * m_set.maxThetaChange / maxChange);
+        else
+            m_nextStep = dt / 3.0;
+        m_nextStep = std::max(m_nextStep, m_set.minStep);
+        return false;
+    }
+    m_h = hm;
+    m_theta = thetaNext;
+    m_time += dt;
+    m_inflow += inflowRate * dt;
+    m_lastIterations = it;
+    ++m_accepted;
+    if (it <= m_set.fewIterations)
+        m_nextStep = std::max(m_nextStep, dt * m_set.stepIncrease);
+    else if (it >= m_set.manyIterations)
+        m_nextStep = dt * m_set.stepDecrease;
+    m_nextStep = std::clamp(m_nextStep, m_set.minStep, m_set.maxStep);
+    return true;
+}
+
+bool RichardsSolver::solveLinear(const std::vector<SoilModel::Point>& pts,
+                                 const std::vector<double>& hm, double dt,
+                                 std::vector<double>& hOut, double& inflowRate)
+{
+    const int n = m_mesh.cells(), nr = m_mesh.columns(), nz = m_mesh.rows();
+    double* val = m_a.valuePtr();
+    std::fill(val, val + m_a.nonZeros(), 0.0);
+    Eigen::VectorXd rhs(n);
+    // storage terms
+    for (int iz = 0; iz < nz; ++iz)
+        for (int ir = 0; ir < nr; ++ir) {
+            const int i = m_mesh.index(ir, iz);
+            const double v = m_mesh.volume(ir, iz) / dt;
+            val[m_diag[i]] += v * pts[i].capacity;
+            rhs[i] = v * (pts[i].capacity * hm[i] - pts[i].theta + m_theta[i]) + m_sources[i];
+        }
+    // interior faces
+    for (const Face& f : m_faces) {
+        const double k = 0.5 * (pts[f.a].k + pts[f.b].k);
+        const double c = f.t * k;
+        val[f.paa] += c;
+        val[f.pbb] += c;
+        val[f.pab] -= c;
+        val[f.pba] -= c;
+        if (f.gravity > 0) {
+            const double g = f.gravity * k;
+            rhs[f.a] -= g;
+            rhs[f.b] += g;
+        }
+    }
+    // fixed boundaries; booked inflow is evaluated after the solve
+    struct Fixed { int cell; double c; double hb; double g; };
+    std::vector<Fixed> fixedHeads;
+    double fixedInflow = 0;
+    for (int s = 0; s < 3; ++s) {
+        const Boundary& bc = m_bc[s];
+        if (bc.kind == Boundary::NoFlow)
+            continue;
+        const Side side = Side(s);
+        const int count = side == Side::Outer ? nz : nr;
+        if (int(bc.values.size()) != count)
+            throw std::invalid_argument("RichardsSolver: boundary values do not match the mesh");
+        for (int j = 0; j < count; ++j) {
+            const int cell = boundaryCell(side, j);
+            if (bc.kind == Boundary::Inflow) {
+                rhs[cell] += bc.values[j];
+                fixedInflow += bc.values[j];
+                continue;
+            }
+            const double hb = bc.values[j];
+            const double k = 0.5 * (m_soil.conductivity(hb) + pts[cell].k);
+            double area, dist, g = 0;
+            if (side == Side::Outer) {
+                area = 2.0 * M_PI * m_mesh.rFaces().back() * m_mesh.dz(j);
+                dist = m_mesh.rFaces().back() - m_mesh.rCentre(m_mesh.columns() - 1);
+            } else {
+                area = m_mesh.ringArea(j);
+                const int iz = side == Side::Top ? 0 : nz - 1;
+                dist = 0.5 * m_mesh.dz(iz);
+                g = (side == Side::Top ? 1.0 : -1.0) * area * k;  // gravity inflow
+            }
+            const double c = area / dist * k;
+            val[m_diag[cell]] += c;
+            rhs[cell] += c * hb + g;
+            fixedHeads.push_back(Fixed{cell, c, hb, g});
+        }
+    }
+    double sourceRate = 0;
+    for (double s : m_sources)
+        sourceRate += s;
+
+    double pondRate = 0;
+    if (m_pond) {
+        // coefficients of the h = 0 condition on each top face
+        m_pa.resize(nr);
+        m_pg.resize(nr);
+        const double dist = 0.5 * m_mesh.dz(0);
+        for (int j = 0; j < nr; ++j) {
+            const double k = 0.5 * (m_soil.ks() + pts[m_mesh.index(j, 0)].k);
+            m_pa[j] = m_mesh.ringArea(j) / dist * k;
+            m_pg[j] = m_mesh.ringArea(j) * k;
+        }
+        m_baseDiag.resize(nr);
+        for (int j = 0; j < nr; ++j)
+            m_baseDiag[j] = val[m_diag[m_mesh.index(j, 0)]];
+        solvePond(rhs, hOut, pondRate);
+    } else {
+        if (!m_analysed) {
+            m_ldlt.analyzePattern(m_a);
+            m_analysed = true;
+        }
+        m_ldlt.factorize(m_a);
+        if (m_ldlt.info() != Eigen::Success)
+            return false;
+        Eigen::VectorXd x = m_ldlt.solve(rhs);
+        for (int i = 0; i < n; ++i)
+            hOut[i] = x[i];
+    }
+    double headRate = 0;
+    for (const Fixed& f : fixedHeads)
+        headRate += f.c * (f.hb - hOut[f.cell]) + f.g;
+    inflowRate = fixedInflow + headRate + sourceRate + pondRate;
+    return true;
+}
+
+void RichardsSolver::solvePond(const Eigen::VectorXd& rhs0, std::vector<double>& hOut,
+                               double& inflowRate)
+{
+    const int n = m_mesh.cells(), nr = m_mesh.columns();
+    const auto& rf = m_mesh.rFaces();
+    int kMin = 0;
+    while (kMin < nr && rf[kMin + 1] <= m_pondMinRadius * (1 + 1e-9))
+        ++kMin;
+    int k = std::max(m_pondK, kMin);
+    double* val = m_a.valuePtr();
+    const double q = m_pondFlow;
+    if (!m_analysed) {
+        m_ldlt.analyzePattern(m_a);
+        m_analysed = true;
+    }
+    auto factorWith = [&](int full) {
+        for (int j = 0; j < nr; ++j)
+            val[m_diag[m_mesh.index(j, 0)]] = m_baseDiag[j] + (j < full ? m_pa[j] : 0.0);
+        m_ldlt.factorize(m_a);
+    };
+    int lastMove = 0;
+    m_pondCoversTop = false;
+    for (int guard = 0; guard < 4 * nr + 8; ++guard) {
+        factorWith(k);
+        Eigen::VectorXd rhs = rhs0;
+        for (int j = 0; j < k; ++j)
+            rhs[m_mesh.index(j, 0)] += m_pg[j];
+        const Eigen::VectorXd x = m_ldlt.solve(rhs);
+        double ix = 0;
+        for (int j = 0; j < k; ++j)
+            ix += m_pg[j] - m_pa[j] * x[m_mesh.index(j, 0)];
+        if (k >= nr) {
+            // the pond has reached the edge of the domain: the caller grows it
+            for (int i = 0; i < n; ++i)
+                hOut[i] = x[i];
+            inflowRate = ix;
+            m_pondK = k;
+            m_pondRadius = rf[nr];
+            m_pondCoversTop = true;
+            return;
+        }
+        Eigen::VectorXd e = Eigen::VectorXd::Zero(n);
+        e[m_mesh.index(k, 0)] = 1.0;
+        const Eigen::VectorXd y = m_ldlt.solve(e);
+        double leak = 0;
+        for (int j = 0; j < k; ++j)
+            leak += m_pa[j] * y[m_mesh.index(j, 0)];
+        const double s = (q - ix) / (1.0 - leak);
+        if (s < 0) {
+            if (k > kMin && lastMove <= 0) {
+                --k;
+                lastMove = -1;
+                continue;
+            }
+            if (k == kMin) {
+                // The soil takes the whole flow through the smallest disc
+                // without ponding: spread it evenly over that disc.
+                factorWith(0);
+                Eigen::VectorXd r2 = rhs0;
+                const double area = M_PI * rf[kMin] * rf[kMin];
+                for (int j = 0; j < kMin; ++j)
+                    r2[m_mesh.index(j, 0)] += q * m_mesh.ringArea(j) / area;
+                const Eigen::VectorXd hx = m_ldlt.solve(r2);
+                for (int i = 0; i < n; ++i)
+                    hOut[i] = hx[i];
+                inflowRate = q;
+                m_pondK = kMin;
+                m_pondRadius = rf[kMin];
+                return;
+            }
+        }
+        const double c = m_pg[k] - m_pa[k] * x[m_mesh.index(k, 0)];
+        const double d = m_pa[k] * y[m_mesh.index(k, 0)];
+        const double denom = c - std::max(s, 0.0) * d;
+        double f = s <= 0 ? 0.0 : (denom > 0 ? s / denom : 2.0);
+        if (f > 1.0 && lastMove >= 0) {
+            ++k;
+            lastMove = 1;
+            continue;
+        }
+        // either a solution inside this face, or the search turned back
+        // (rounding): settle on this face
+        f = std::clamp(f, 0.0, 1.0);
+        const double sf = f * c / (1.0 + f * d);
+        for (int i = 0; i < n; ++i)
+            hOut[i] = x[i] + sf * y[i];
+        inflowRate = ix + sf * (1.0 - leak);
+        m_pondK = k;
+        m_pondRadius = std::sqrt(rf[k] * rf[k] + f * (rf[k + 1] * rf[k + 1] - rf[k] * rf[k]));
+        return;
+    }
+    throw std::runtime_error("RichardsSolver: the pond radius search did not settle");
+}
+
+void RichardsSolver::growMesh(const AxisymmetricMesh& mesh, int rowsAddedAtTop, double fillHead)
+{
+    const AxisymmetricMesh old = m_mesh;
+    std::vector<double> h(mesh.cells(), fillHead), src(mesh.cells(), 0.0);
+    for (int iz = 0; iz < old.rows(); ++iz)
+        for (int ir = 0; ir < old.columns(); ++ir) {
+            h[mesh.index(ir, iz + rowsAddedAtTop)] = m_h[old.index(ir, iz)];
+            src[mesh.index(ir, iz + rowsAddedAtTop)] = m_sources[old.index(ir, iz)];
+        }
+    m_mesh = mesh;
+    m_sources = src;
+    m_h = h;
+    m_theta.assign(m_mesh.cells(), 0.0);
+    setHeads(m_h);
+    for (int s = 0; s < 3; ++s)
+        m_bc[s] = Boundary{};
+    buildPattern();
+}
+
+} // namespace builder

@@ -1,0 +1,120 @@
+#pragma once
+
+#include "builder/AxisymmetricMesh.h"
+#include "builder/SoilModel.h"
+#include "builder/SolverSettings.h"
+
+#include <Eigen/Sparse>
+#include <Eigen/SparseCholesky>
+
+#include <vector>
+
+namespace builder {
+
+// Richards' equation in mixed form on an axisymmetric cell-centred finite-volume
+// mesh (z downward), integrated implicitly in time with the modified Picard
+// iteration: each iteration solves
+//   V C^m (h^{m+1} - h^m)/dt + V (theta^m - theta^n)/dt = sum of face flows + sources
+// with conductivities (arithmetic face means) from iterate m. The linear system is
+// symmetric positive definite and is solved with a sparse LDL^T factorisation
+// whose ordering is computed once per mesh. Water is conserved to the Picard
+// tolerance: storage change equals the inflow booked at every step.
+//
+// Boundaries are no-flux unless set otherwise. The top may instead carry a
+// ponded source disc fed with a fixed flow: its radius is solved for in every
+// linear solve so that exactly that flow enters through the disc (held at h = 0);
+// when the soil takes the whole flow through the smallest disc without ponding,
+// the flow is spread evenly over that disc instead.
+class RichardsSolver
+{
+public:
+    enum class Side { Top, Bottom, Outer };
+
+    RichardsSolver(const SoilModel& soil, const AxisymmetricMesh& mesh,
+                   const SolverSettings& settings);
+
+    void setUniformHead(double h);
+    void setHeads(const std::vector<double>& h);
+
+    // Boundary conditions on one side: fixed heads, one per boundary face
+    // (columns for Top/Bottom, rows for Outer), or fixed inflows in m3/s.
+    void setFixedHeads(Side side, const std::vector<double>& heads);
+    void setFixedInflows(Side side, const std::vector<double>& inflows);
+    // Volumetric sources, m3/s per cell.
+    void setSources(const std::vector<double>& sources);
+    // Surface emitter on the top: `flow` m3/s through a ponded disc of at least
+    // `minRadius`.
+    void setPond(double flow, double minRadius);
+
+    // One implicit step of length dt. Returns false (state unchanged) when the
+    // iteration does not converge or the water content changes too much; the
+    // suggested next step is then smaller.
+    bool step(double dt);
+    double suggestedStep() const { return m_nextStep; }
+    int lastIterations() const { return m_lastIterations; }
+    long acceptedSteps() const { return m_accepted; }
+    long rejectedSteps() const { return m_rejected; }
+
+    // Replaces the mesh by a larger one holding the old one, shifted down by
+    // `rowsAddedAtTop` rows; new cells start at `fillHead`. Fixed-head and
+    // fixed-inflow sides are not carried over (they are for fixed domains).
+    void growMesh(const AxisymmetricMesh& mesh, int rowsAddedAtTop, double fillHead);
+
+    const AxisymmetricMesh& mesh() const { return m_mesh; }
+    const std::vector<double>& heads() const { return m_h; }
+    const std::vector<double>& thetas() const { return m_theta; }
+    double time() const { return m_time; }
+    double storage() const;                // total water in the domain, m3
+    double cumulativeInflow() const { return m_inflow; } // m3 since the start
+    double pondRadius() const { return m_pondRadius; }
+    bool pondCoversTop() const { return m_pondCoversTop; }
+
+private:
+    struct Face
+    {
+        int a, b;          // cells; for vertical faces a is above b
+        double t;          // area / distance
+        double gravity;    // area for vertical faces (flow a->b driven by gravity), else 0
+        int paa, pbb, pab, pba; // positions in the matrix values
+    };
+    struct Boundary
+    {
+        enum Kind { NoFlow, Head, Inflow } kind = NoFlow;
+        std::vector<double> values;
+    };
+
+    void buildPattern();
+    void evaluate(const std::vector<double>& h, std::vector<SoilModel::Point>& pts) const;
+    bool solveLinear(const std::vector<SoilModel::Point>& pts, const std::vector<double>& hm,
+                     double dt, std::vector<double>& hOut, double& inflowRate);
+    void solvePond(const Eigen::VectorXd& rhs0, std::vector<double>& hOut, double& inflowRate);
+    int boundaryCell(Side side, int i) const;
+
+    const SoilModel& m_soil;
+    AxisymmetricMesh m_mesh;
+    SolverSettings m_set;
+
+    std::vector<double> m_h, m_theta, m_sources;
+    Boundary m_bc[3];
+    double m_pondFlow = 0, m_pondMinRadius = 0;
+    bool m_pond = false;
+    int m_pondK = 0;               // columns fully under the disc
+    double m_pondRadius = 0;
+    bool m_pondCoversTop = false;
+
+    std::vector<Face> m_faces;
+    std::vector<int> m_diag;
+    Eigen::SparseMatrix<double> m_a;
+    std::vector<double> m_baseDiag;   // diagonal of A0 before the pond terms
+    Eigen::SimplicialLDLT<Eigen::SparseMatrix<double>> m_ldlt;
+    bool m_analysed = false;
+
+    // pond coefficients of the current iteration: flow into top cell j = g_j - a_j h_j
+    std::vector<double> m_pa, m_pg;
+
+    double m_time = 0, m_inflow = 0, m_nextStep = 1;
+    int m_lastIterations = 0;
+    long m_accepted = 0, m_rejected = 0;
+};
+
+} // namespace builder

@@ -1,0 +1,21 @@
+#include "builder/SolverSettings.h"
+
+#include <sstream>
+
+namespace builder {
+
+std::string SolverSettings::describe() const
+{
+    std::ostringstream o;
+    o << "mixed-form Richards, modified Picard, axisymmetric finite volumes;"
+      << " Mualem l=" << poreConnectivity << "; air-entry h_s=" << airEntryHead
+      << " m for n<" << airEntryMaxN << "; source radius=" << sourceRadius
+      << " m; min disc radius=" << minDiscRadius << " m; finest cell=" << finestCell / refinement
+      << " m; growth=" << growth << "; cells across bulb=" << cellsAcrossBulb * refinement
+      << "; grow trigger=" << growTrigger << "; max step=" << maxStep
+      << " s; max theta change/step=" << maxThetaChange << "; head tol=" << headTolerance
+      << " m+" << headRelTolerance << "|h|; theta tol=" << thetaTolerance;
+    return o.str();
+}
+
+} // namespace builder

@@ -1,0 +1,50 @@
+#include "builder/VanGenuchten.h"
+
+#include <cmath>
+
+namespace builder {
+
+VanGenuchten::VanGenuchten(double thetaR, double thetaS, double alpha, double n, double ks,
+                           double poreConnectivity, double airEntryHead)
+    : m_thetaR(thetaR), m_thetaS(thetaS), m_alpha(alpha), m_n(n), m_m(1.0 - 1.0 / n), m_ks(ks),
+      m_l(poreConnectivity), m_hs(airEntryHead < 0 ? airEntryHead : 0.0)
+{
+    if (m_hs < 0) {
+        const double xs = std::pow(m_alpha * -m_hs, m_n);
+        // theta_m chosen so that the unmodified curve through theta_m passes
+        // through theta_s at h_s.
+        m_thetaM = m_thetaR + (m_thetaS - m_thetaR) * std::pow(1.0 + xs, m_m);
+        m_oneMinusF1 = 1.0 - std::pow(xs / (1.0 + xs), m_m);
+    } else {
+        m_thetaM = m_thetaS;
+        m_oneMinusF1 = 1.0;
+    }
+}
+
+SoilModel::Point VanGenuchten::at(double h) const
+{
+    Point p;
+    if (h >= m_hs) {
+        p.theta = m_thetaS;
+        p.capacity = 0;
+        p.k = m_ks;
+        return p;
+    }
+    const double ah = m_alpha * -h;
+    const double x = std::pow(ah, m_n);            // (alpha |h|)^n
+    const double onePlusX = 1.0 + x;
+    const double seStar = std::pow(onePlusX, -m_m); // effective saturation of the unmodified curve
+    const double range = m_thetaM - m_thetaR;
+    p.theta = m_thetaR + range * seStar;
+    // d theta / d h = range * m n alpha (alpha|h|)^(n-1) (1+x)^(-m-1)
+    p.capacity = range * m_m * m_n * m_alpha * (x / ah) * seStar / onePlusX;
+    // Mualem: Kr = Se^l [(1 - F(Se*)) / (1 - F(1))]^2, F = (1 - Se*^(1/m))^m,
+    // and 1 - Se*^(1/m) = x / (1 + x) exactly, which keeps precision near saturation.
+    const double se = (p.theta - m_thetaR) / (m_thetaS - m_thetaR);
+    const double f = std::pow(x / onePlusX, m_m);
+    const double ratio = (1.0 - f) / m_oneMinusF1;
+    p.k = m_ks * std::pow(se, m_l) * ratio * ratio;
+    return p;
+}
+
+} // namespace builder

@@ -1,0 +1,218 @@
+#include "builder/WettingSimulation.h"
+
+#include "builder/AxisymmetricMesh.h"
+#include "builder/FrontTracker.h"
+#include "builder/RichardsSolver.h"
+#include "builder/VanGenuchten.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <sstream>
+#include <cstdio>
+#include <cstdlib>
+
+namespace builder {
+
+CaseResult runCase(const CaseSpec& spec, const SolverSettings& settings)
+{
+    return WettingSimulation(spec, settings).run();
+}
+
+WettingSimulation::WettingSimulation(const CaseSpec& spec, const SolverSettings& settings)
+    : m_spec(spec), m_set(settings)
+{
+}
+
+bool WettingSimulation::usesAirEntry(const SoilParams& soil, const SolverSettings& settings)
+{
+    return soil.n < settings.airEntryMaxN && settings.airEntryHead < 0;
+}
+
+std::unique_ptr<SoilModel> WettingSimulation::makeSoil(const SoilParams& soil,
+                                                       const SolverSettings& settings)
+{
+    const double hs = usesAirEntry(soil, settings) ? settings.airEntryHead : 0.0;
+    return std::make_unique<VanGenuchten>(soil.thetaR, soil.thetaS, soil.alpha, soil.n, soil.ks,
+                                          settings.poreConnectivity, hs);
+}
+
+namespace {
+
+std::string caseName(const CaseSpec& s)
+{
+    std::ostringstream o;
+    o << s.soil.name << ", " << s.flowLitresPerHour << " L/h, h0 = " << s.initialHead << " m, "
+      << (s.emitter == Emitter::Surface ? "surface" : "buried") << " emitter";
+    return o.str();
+}
+
+} // namespace
+
+CaseResult WettingSimulation::run()
+{
+    const auto started = std::chrono::steady_clock::now();
+    CaseResult result;
+    const bool buried = m_spec.emitter == Emitter::Buried;
+    const auto soil = makeSoil(m_spec.soil, m_set);
+    const double h0 = m_spec.initialHead;
+    const double thetaI = soil->theta(h0);
+    const double span = soil->thetaS() - thetaI;
+    const double flow = m_spec.flowLitresPerHour / 1000.0 / 3600.0;   // m3/s
+    const double duration = 3600.0 * m_spec.hours;
+    if (span <= 0 || flow <= 0 || m_spec.hours <= 0) {
+        result.message = "nothing to simulate for " + caseName(m_spec);
+        return result;
+    }
+    const double threshold = thetaI + m_spec.frontThreshold * span;
+
+    // Size of the wetted bulb if the water filled half the available pore
+    // space: sets the largest cells and the starting domain.
+    const double volume = flow * duration / (0.5 * span);
+    const double scale = buried ? std::cbrt(3.0 * volume / (4.0 * M_PI))
+                                : std::cbrt(3.0 * volume / (2.0 * M_PI));
+    const double finest = m_set.finestCell / m_set.refinement;
+    const double largest = std::max(finest, scale / m_set.cellsAcrossBulb / m_set.refinement);
+    const double core = m_set.sourceRadius;
+    const double start = std::max(m_set.initialDomainFactor * scale, 3.0 * core);
+
+    std::vector<double> rf = AxisymmetricMesh::gradedFaces(0.0, 1.0, start, finest, core,
+                                                           m_set.growth, largest);
+    std::vector<double> zf = AxisymmetricMesh::gradedFaces(0.0, 1.0, start, finest, core,
+                                                           m_set.growth, largest);
+    if (buried) {
+        std::vector<double> up = AxisymmetricMesh::gradedFaces(0.0, -1.0, start, finest, core,
+                                                               m_set.growth, largest);
+        std::reverse(up.begin(), up.end());
+        up.pop_back();  // 0 is already in zf
+        zf.insert(zf.begin(), up.begin(), up.end());
+    }
+    AxisymmetricMesh mesh(rf, zf);
+    RichardsSolver solver(*soil, mesh, m_set);
+    solver.setUniformHead(h0);
+
+    auto placeSources = [&](const AxisymmetricMesh& m) {
+        std::vector<double> src(m.cells(), 0.0);
+        double vol = 0;
+        for (int iz = 0; iz < m.rows(); ++iz)
+            for (int ir = 0; ir < m.columns(); ++ir)
+                if (std::hypot(m.rCentre(ir), m.zCentre(iz)) <= core)
+                    vol += m.volume(ir, iz);
+        for (int iz = 0; iz < m.rows(); ++iz)
+            for (int ir = 0; ir < m.columns(); ++ir)
+                if (std::hypot(m.rCentre(ir), m.zCentre(iz)) <= core)
+                    src[m.index(ir, iz)] = flow * m.volume(ir, iz) / vol;
+        return src;
+    };
+    if (buried)
+        solver.setSources(placeSources(solver.mesh()));
+    else
+        solver.setPond(flow, m_set.minDiscRadius);
+
+    // Grows the domain on every side where the water content in the outer
+    // band of cells has started to rise. New cells are at the initial state,
+    // which the soil there still is to within growTrigger.
+    const double trigger = thetaI + m_set.growTrigger * span;
+    auto growIfNeeded = [&]() {
+        const AxisymmetricMesh& m = solver.mesh();
+        const auto& th = solver.thetas();
+        const int nr = m.columns(), nz = m.rows(), band = 2;
+        bool outer = solver.pondCoversTop(), bottom = false, top = false;
+        for (int iz = 0; iz < nz && !outer; ++iz)
+            for (int ir = nr - band; ir < nr; ++ir)
+                if (th[m.index(ir, iz)] > trigger)
+                    outer = true;
+        for (int ir = 0; ir < nr; ++ir)
+            for (int k = 0; k < band; ++k) {
+                if (th[m.index(ir, nz - 1 - k)] > trigger)
+                    bottom = true;
+                if (buried && th[m.index(ir, k)] > trigger)
+                    top = true;
+            }
+        std::vector<double> r = m.rFaces(), z = m.zFaces();
+        bool grown = false;
+        int addedTop = 0;
+        if (outer && r.back() < m_set.maxDomain) {
+            AxisymmetricMesh::extendFaces(r, std::max(0.5 * r.back(), 4 * largest), m_set.growth,
+                                          largest);
+            grown = true;
+        }
+        if (bottom && z.back() < m_set.maxDomain) {
+            AxisymmetricMesh::extendFaces(z, std::max(0.5 * z.back(), 4 * largest), m_set.growth,
+                                          largest);
+            grown = true;
+        }
+        if (top && -z.front() < m_set.maxDomain) {
+            std::vector<double> rev(z.rbegin(), z.rend());
+            const size_t before = rev.size();
+            AxisymmetricMesh::extendFaces(rev, std::max(-0.5 * z.front(), 4 * largest),
+                                          m_set.growth, largest);
+            addedTop = int(rev.size() - before);
+            z.assign(rev.rbegin(), rev.rend());
+            grown = true;
+        }
+        if (!grown)
+            return;
+        ++m_growths;
+        AxisymmetricMesh bigger(r, z);
+        solver.growMesh(bigger, addedTop, h0);
+    };
+
+    auto gained = [&]() {
+        const AxisymmetricMesh& m = solver.mesh();
+        const auto& th = solver.thetas();
+        double g = 0;
+        for (int iz = 0; iz < m.rows(); ++iz)
+            for (int ir = 0; ir < m.columns(); ++ir)
+                g += m.volume(ir, iz) * (th[m.index(ir, iz)] - thetaI);
+        return g;
+    };
+
+    FrontTracker::Extent extent;
+    for (int hour = 1; hour <= m_spec.hours; ++hour) {
+        const double tEnd = 3600.0 * hour;
+        while (solver.time() < tEnd) {
+            double dt = std::min(solver.suggestedStep(), tEnd - solver.time());
+            // avoid leaving a sliver of the hour for a tiny last step
+            if (tEnd - solver.time() - dt < 0.2 * dt)
+                dt = tEnd - solver.time();
+            if (std::getenv("ULVEX_SOLVER_TRACE"))
+                std::fprintf(stderr, "t=%.1f dt=%.3g it=%d rej=%ld pond=%.4f cells=%d\n", solver.time(), dt, solver.lastIterations(), solver.rejectedSteps(), solver.pondRadius(), solver.mesh().cells());
+            if (solver.step(dt)) {
+                growIfNeeded();
+                continue;
+            }
+            if (solver.suggestedStep() <= m_set.minStep) {
+                result.message = "the solver did not converge at t = "
+                                 + std::to_string(solver.time()) + " s for " + caseName(m_spec);
+                result.timeSteps = solver.acceptedSteps();
+                return result;
+            }
+        }
+        extent = FrontTracker::measure(solver.mesh(), solver.thetas(), threshold, 0.0);
+        FrontRow row;
+        row.hour = hour;
+        row.r = extent.radius;
+        row.down = extent.down;
+        row.up = buried ? extent.up : 0.0;
+        result.fronts.push_back(row);
+        if (extent.touchesOuter || extent.touchesBottom || (buried && extent.touchesTop))
+            result.reachedBoundary = true;
+    }
+    const double injected = flow * duration;
+    result.massBalanceError = std::fabs(gained() - injected) / injected;
+    m_bookedError = std::fabs(solver.cumulativeInflow() - injected) / injected;
+    result.timeSteps = solver.acceptedSteps();
+    if (result.reachedBoundary)
+        result.message = "the wetting front reached the edge of the domain for " + caseName(m_spec);
+    m_finalCells = solver.mesh().cells();
+    m_finalRadius = solver.mesh().rFaces().back();
+    m_finalDepth = solver.mesh().zFaces().back();
+    m_finalHeight = -solver.mesh().zFaces().front();
+    m_pondRadius = solver.pondRadius();
+    result.wallSeconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+    return result;
+}
+
+} // namespace builder
