@@ -385,6 +385,30 @@ private slots:
         QCOMPARE(lvSoil->topLevelItemCount(), 0);
     }
 
+    void repeatedUpdatesStayCorrect()
+    {
+        // Thirty updates in a row, each a full query, copy and drawing; the
+        // time of each is printed (median and 95th percentile), never judged.
+        SimWindowFixture w;
+        w.fillLists();
+        clsBusinessLayer bl;
+        QList<qint64> micros;
+        for (int i = 0; i < 30; ++i) {
+            w.choose(i % 2 == 0, "wmd"[i % 3], 1 + i % 5, i % 4, 23);
+            QElapsedTimer t;
+            t.start();
+            const QString result = bl.ShowGraph(w.window.get());
+            micros << t.nsecsElapsed() / 1000;
+            QCOMPARE(result, QString());
+            QCOMPARE(w.graph->EllipseCount(), qint16(6));
+            QCOMPARE(w.graph->front(5).label(), QString("24 Hour"));
+        }
+        QVERIFY(QSqlDatabase::connectionNames().isEmpty());
+        std::sort(micros.begin(), micros.end());
+        qInfo("ShowGraph (24 rows, 6 fronts, drawing included): median %lld us, p95 %lld us",
+              micros.at(micros.size() / 2), micros.at(micros.size() * 95 / 100));
+    }
+
     void secondSoilLoadInOneLayerIsRefused()
     {
         // Only "Simulation" is deleted before a reload: loading "Soil" a second
