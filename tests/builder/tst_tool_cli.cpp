@@ -16,8 +16,8 @@ namespace {
 
 const QString kTool = QStringLiteral(TRICKLE_BUILD_EXE);
 const QString kSoils = QStringLiteral(ULVEX_SOURCE_DIR "/assets/soils.csv");
-// A case the solver finishes quickly: sand, 8 L/h, wet, surface.
-const QString kQuickCase = QStringLiteral("1,5,3,surface");
+// A case the solver finishes quickly: sand, 0.5 L/h, dry, surface.
+const QString kQuickCase = QStringLiteral("1,1,10,surface");
 
 struct Run
 {
@@ -176,7 +176,7 @@ private slots:
         QVERIFY2(pa.exitStatus() == QProcess::NormalExit && pa.exitCode() == 0, qPrintable(errA));
         QVERIFY2(pb.exitStatus() == QProcess::NormalExit && pb.exitCode() == 0, qPrintable(pb.readAllStandardError()));
         // Progress: cases done, elapsed, estimate, and a closing summary.
-        QVERIFY2(errA.contains(QStringLiteral("[  1/1] soil 1 (Sand), 8 L/h, -3 m, surface: ")), qPrintable(errA));
+        QVERIFY2(errA.contains(QStringLiteral("[  1/1] soil 1 (Sand), 0.5 L/h, -10 m, surface: ")), qPrintable(errA));
         QVERIFY2(errA.contains(QStringLiteral("elapsed ")) && errA.contains(QStringLiteral(" left")), qPrintable(errA));
         QVERIFY2(errA.contains(QStringLiteral("largest mass balance error")), qPrintable(errA));
 
@@ -188,25 +188,28 @@ private slots:
         ToolDb db(a);
         QVERIFY(db.ok());
         QCOMPARE(db.tables(), expectedTables());
-        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM [SurfaceData-c3] WHERE SoilType = 1 AND FlowRate = 5")).toInt(), 24);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM [SurfaceData-c] WHERE SoilType = 1 AND FlowRate = 1")).toInt(), 24);
+        // A dry case fills the export table as well.
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM SurfaceData WHERE SoilType = 1 AND FlowRate = 1")).toInt(), 24);
         int others = 0;
-        for (const char *t : {"SurfaceData-c6", "SurfaceData-c", "BuriedData-c3", "BuriedData-c6", "BuriedData-c", "SurfaceData", "BuriedData"})
+        for (const char *t : {"SurfaceData-c3", "SurfaceData-c6", "BuriedData-c3", "BuriedData-c6", "BuriedData-c", "BuriedData"})
             others += db.value(QStringLiteral("SELECT count(*) FROM \"%1\"").arg(QString::fromLatin1(t))).toInt();
         QCOMPARE(others, 0);
         QCOMPARE(db.buildInfo(QStringLiteral("build_date")), QStringLiteral("2026-11-21"));
         QVERIFY(!db.buildInfo(QStringLiteral("solver_settings")).isEmpty());
         // The fronts are real: they grow from hour to hour.
-        const auto rows = db.rows(QStringLiteral("SELECT Time, r, z FROM [SurfaceData-c3] ORDER BY Time"));
+        const auto rows = db.rows(QStringLiteral("SELECT Time, r, z FROM [SurfaceData-c] ORDER BY Time"));
         QVERIFY(rows.first().at(1).toDouble() > 0.0 && rows.first().at(2).toDouble() > 0.0);
         QVERIFY(rows.last().at(1).toDouble() > rows.first().at(1).toDouble());
         QVERIFY(rows.last().at(2).toDouble() > rows.first().at(2).toDouble());
 
         // --force replaces an existing database.
-        const Run r = runTool({"--soils", kSoils, "--only", "1,5,3,buried", "--build-date", "2026-11-21", "--out", a, "--force"});
+        const Run r = runTool({"--soils", kSoils, "--only", kQuickCase, "--build-date", "replaced", "--out", a, "--force"});
         QVERIFY2(r.exitCode == 0, qPrintable(r.err));
         ToolDb db2(a);
-        QCOMPARE(db2.value(QStringLiteral("SELECT count(*) FROM [SurfaceData-c3]")).toInt(), 0);
-        QCOMPARE(db2.value(QStringLiteral("SELECT count(*) FROM [BuriedData-c3]")).toInt(), 24);
+        QCOMPARE(db2.buildInfo(QStringLiteral("build_date")), QStringLiteral("replaced"));
+        QCOMPARE(db2.value(QStringLiteral("SELECT count(*) FROM [SurfaceData-c]")).toInt(), 24);
+        QCOMPARE(entries(dir.path()), QStringList({QStringLiteral("a.db"), QStringLiteral("b.db")}));
     }
 };
 
