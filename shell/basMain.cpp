@@ -1,0 +1,110 @@
+#include "shell/basMain.h"
+
+#include "data/basSafeRoutines.h"
+#include "shell/ProgramFolder.h"
+#include "shell/ResourceImages.h"
+#include "shell/basGlobals.h"
+#include "shell/frmMDIMain.h"
+#include "shell/frmSplash.h"
+#include "simulation/frmMain.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+
+namespace {
+bool g_autoAccept = false;
+double g_startupMs = -1;
+QString g_helpFile;
+} // namespace
+
+namespace basMain {
+
+void setSplashAutoAccept(bool accept)
+{
+    g_autoAccept = accept;
+}
+
+double startupMilliseconds()
+{
+    return g_startupMs;
+}
+
+QString helpFile()
+{
+    return g_helpFile.isEmpty() ? ProgramFolder::file(QStringLiteral("help/index.html")) : g_helpFile;
+}
+
+QString LoadImageList(frmMDIMain *frame)
+{
+    frame->ImageList1.insert(QStringLiteral("water"), ResourceImages::icon(114));
+    const struct { const char *key; int id; } images[] = {
+        {"exit", 105}, {"print", 103}, {"graph", 111}, {"printpreview", 107},
+        {"simulate", 120}, {"soiltype", 106}, {"logo", 112},
+    };
+    for (const auto &image : images)
+        frame->ImageList2.insert(QString::fromLatin1(image.key), ResourceImages::icon(image.id));
+    return QString();
+}
+
+QString LoadToolbarButtons(frmMDIMain *frame)
+{
+    frame->addToolbarButton(QString(), QString());
+    frame->addToolbarButton(QStringLiteral("exit"), QStringLiteral("Exit Ulvex Simulator"));
+    frame->addToolbarButton(QString(), QString());
+    frame->addToolbarButton(QStringLiteral("print"), QStringLiteral("Print Simulation"));
+    frame->addToolbarButton(QStringLiteral("printpreview"), QStringLiteral("Print PreView of Simulation"));
+    frame->addToolbarButton(QString(), QString());
+    frame->addToolbarButton(QStringLiteral("graph"), QStringLiteral("Create Graph of Simulation"));
+    frame->addToolbarButton(QString(), QString());
+    frame->addToolbarButton(QStringLiteral("simulate"), QStringLiteral("Update Simulation"));
+    frame->addToolbarButton(QStringLiteral("soiltype"), QStringLiteral("Select Soil Type"));
+    return QString();
+}
+
+void SetupHelpAndToolbar(frmMDIMain *frame)
+{
+    g_helpFile = ProgramFolder::file(QStringLiteral("help/index.html"));
+    basGlobals::strLastResult = LoadImageList(frame);
+    basGlobals::strLastResult = LoadToolbarButtons(frame);
+}
+
+frmMDIMain *Main()
+{
+    // 1.-2. The disclaimer must be accepted before anything else appears.
+    if (!g_autoAccept) {
+        frmSplash splash;
+        if (splash.exec() != QDialog::Accepted)
+            return nullptr;
+    }
+    QElapsedTimer clock;
+    clock.start();
+
+    // 3.-7. The frame.
+    auto *frame = new frmMDIMain;
+    SetupHelpAndToolbar(frame);
+    frame->setWindowIcon(ResourceImages::icon(114));
+    frame->setWindowTitle(QStringLiteral("Ulvex"));
+    basGlobals::intSimCount = 0;
+    frame->resize(frame->minimumSize().expandedTo(QSize(1000, 720)));
+    frame->show();
+
+    // 8.-9. Two simulation windows, the first with the focus.
+    const QString first = frame->NewSimWindow();
+    basGlobals::strLastResult = first;
+    const QString second = frame->NewSimWindow();
+    basGlobals::strLastResult = second;
+    frmMain *one = frame->showSimWindow(first);
+    frame->showSimWindow(second);
+    if (one && one->parentWidget())
+        frame->mdiArea()->setActiveSubWindow(qobject_cast<QMdiSubWindow *>(one->parentWidget()));
+    g_startupMs = double(clock.nsecsElapsed()) / 1e6;
+
+    // 10.-11. Let both windows finish loading and drawing, then side by side.
+    basSafeRoutines::sfPause(500);
+    frame->TileVertically();
+    return frame;
+}
+
+} // namespace basMain

@@ -1,0 +1,359 @@
+#include "shell/frmMDIMain.h"
+
+#include "shell/HelpViewer.h"
+#include "shell/ResourceImages.h"
+#include "shell/Twips.h"
+#include "shell/basGlobals.h"
+#include "shell/frmAbout.h"
+#include "simulation/frmMain.h"
+
+#include <QAction>
+#include <QCloseEvent>
+#include <QDialog>
+#include <QLabel>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMenuBar>
+#include <QStatusBar>
+#include <QToolBar>
+#include <cstdio>
+#include <unistd.h>
+
+frmMDIMain::frmMDIMain(QWidget *parent) : QMainWindow(parent)
+{
+    setObjectName(QStringLiteral("frmMDIMain"));
+    setWindowTitle(QStringLiteral("Ulvex"));
+    m_mdi = new QMdiArea(this);
+    m_mdi->setObjectName(QStringLiteral("mdiArea"));
+    m_mdi->setAccessibleName(QStringLiteral("Simulation windows"));
+    setCentralWidget(m_mdi);
+    buildMenus();
+    buildCoolBar();
+    auto *sbrMain = new QStatusBar(this);
+    sbrMain->setObjectName(QStringLiteral("sbrMain"));
+    setStatusBar(sbrMain);
+    setMinimumSize(Twips::sizeToPixels(MinWidthTwips, MinHeightTwips));
+    // Frame load: band 2 (the logo) keeps its height.
+    setBand2MinimumHeight();
+    updateEnabledStates(0);
+}
+
+frmMDIMain::~frmMDIMain()
+{
+    // When the frame goes, every simulation window still open is unloaded one
+    // after another, each removing itself from the shared collection.
+    unloadAll();
+}
+
+void frmMDIMain::buildMenus()
+{
+    const auto item = [this](QMenu *menu, const QString &name, const QString &caption) {
+        QAction *a = menu->addAction(caption);
+        a->setObjectName(name);
+        m_menuItems.insert(name, a);
+        return a;
+    };
+    QMenu *mnuFile = menuBar()->addMenu(QStringLiteral("File"));
+    mnuFile->setObjectName(QStringLiteral("mnuFile"));
+    mnuNew = item(mnuFile, QStringLiteral("mnuNew"), QStringLiteral("&New"));
+    mnuFile->addSeparator()->setObjectName(QStringLiteral("mnuSep1"));
+    mnuPrintData = item(mnuFile, QStringLiteral("mnuPrintData"), QStringLiteral("Print &Data to File"));
+    mnuPreview = item(mnuFile, QStringLiteral("mnuPreview"), QStringLiteral("Print Pre&View"));
+    mnuPrint = item(mnuFile, QStringLiteral("mnuPrint"), QStringLiteral("&Print"));
+    mnuFile->addSeparator()->setObjectName(QStringLiteral("mnuSep2"));
+    QAction *mnuExit = item(mnuFile, QStringLiteral("mnuExit"), QStringLiteral("&Exit"));
+
+    QMenu *mnuOptions = menuBar()->addMenu(QStringLiteral("Options"));
+    mnuOptions->setObjectName(QStringLiteral("mnuOptions"));
+    QAction *mnuGraph = item(mnuOptions, QStringLiteral("mnuGraph"), QStringLiteral("Graph"));
+
+    QMenu *mnuWindows = menuBar()->addMenu(QStringLiteral("Windows"));
+    mnuWindows->setObjectName(QStringLiteral("mnuWindows"));
+    QAction *mnuTile = item(mnuWindows, QStringLiteral("mnuTile"), QStringLiteral("Tile"));
+    QAction *mnuCascade = item(mnuWindows, QStringLiteral("mnuCascade"), QStringLiteral("Cascade"));
+
+    QMenu *mnuHelp = menuBar()->addMenu(QStringLiteral("Help"));
+    mnuHelp->setObjectName(QStringLiteral("mnuHelp"));
+    QAction *mnuContents = item(mnuHelp, QStringLiteral("mnuContents"), QStringLiteral("Contents"));
+    QAction *mnuAbout = item(mnuHelp, QStringLiteral("mnuAbout"), QStringLiteral("About"));
+
+    connect(mnuNew, &QAction::triggered, this, &frmMDIMain::mnuNew_Click);
+    connect(mnuExit, &QAction::triggered, this, &frmMDIMain::mnuExit_Click);
+    connect(mnuGraph, &QAction::triggered, this, &frmMDIMain::showGraphOptions);
+    connect(mnuTile, &QAction::triggered, this, &frmMDIMain::TileVertically);
+    connect(mnuCascade, &QAction::triggered, this, &frmMDIMain::Cascade);
+    connect(mnuContents, &QAction::triggered, this, &frmMDIMain::mnuContents_Click);
+    connect(mnuAbout, &QAction::triggered, this, &frmMDIMain::mnuAbout_Click);
+}
+
+void frmMDIMain::buildCoolBar()
+{
+    // The cool bar: band 1 holds the toolbar, band 2 the logo picture.
+    clbMain = addToolBar(QStringLiteral("clbMain"));
+    clbMain->setObjectName(QStringLiteral("clbMain"));
+    clbMain->setMovable(false);
+    clbMain->setFloatable(false);
+    tlbMain = new QToolBar(clbMain);
+    tlbMain->setObjectName(QStringLiteral("tlbMain"));
+    tlbMain->setIconSize(QSize(24, 24));
+    tlbMain->setAccessibleName(QStringLiteral("Toolbar"));
+    clbMain->addWidget(tlbMain);
+    picMain = new QLabel(clbMain);
+    picMain->setObjectName(QStringLiteral("picMain"));
+    picMain->setAccessibleName(QStringLiteral("Ulvex logo"));
+    picMain->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    clbMain->addWidget(picMain);
+    connect(tlbMain, &QToolBar::actionTriggered, this, &frmMDIMain::tlbMain_ButtonClick);
+}
+
+void frmMDIMain::setBand2MinimumHeight()
+{
+    const int h = Twips::toPixels(Band2MinHeightTwips);
+    picMain->setMinimumHeight(h);
+    const QPixmap logo = ResourceImages::pixmap(112, QSize(h * 4, h - 6));
+    picMain->setPixmap(logo);
+}
+
+void frmMDIMain::addToolbarButton(const QString &key, const QString &toolTip)
+{
+    if (key.isEmpty()) {
+        tlbMain->addSeparator();
+        return;
+    }
+    QAction *a = tlbMain->addAction(ImageList2.value(key), toolTip);
+    a->setObjectName(key);
+    a->setProperty("Key", key);
+    a->setToolTip(toolTip);
+    a->setStatusTip(toolTip); // the button's description
+    m_buttons.insert(key, a);
+    if (QWidget *w = tlbMain->widgetForAction(a)) {
+        w->setAccessibleName(toolTip);
+        w->setAccessibleDescription(toolTip);
+    }
+    updateEnabledStates(basGlobals::colSimWindows().Count());
+}
+
+QAction *frmMDIMain::button(const QString &key) const
+{
+    return m_buttons.value(key);
+}
+
+QAction *frmMDIMain::menuItem(const QString &name) const
+{
+    return m_menuItems.value(name);
+}
+
+QString frmMDIMain::NewSimWindow()
+{
+    setCursor(Qt::WaitCursor);
+    SimWindowCollection &windows = basGlobals::colSimWindows();
+    if (windows.Count() >= MaxWindows)
+        return QString(); // unreachable from the UI: its commands are disabled at four
+    auto *window = new frmMain;
+    window->setFrmParent(this);
+    basGlobals::intSimCount = qint16(basGlobals::intSimCount + 1);
+    const QString caption = QStringLiteral("Ulvex Simulation ") + QString::number(basGlobals::intSimCount);
+    window->setWindowTitle(caption);
+    window->setProperty("Tag", QString::number(basGlobals::intSimCount));
+    QMdiSubWindow *sub = m_mdi->addSubWindow(window);
+    sub->setAttribute(Qt::WA_DeleteOnClose);
+    sub->setWindowIcon(ResourceImages::icon(114));
+    sub->setObjectName(caption);
+    windows.Add(caption, window);
+    updateEnabledStates(windows.Count());
+    unsetCursor();
+    return caption;
+}
+
+frmMain *frmMDIMain::showSimWindow(const QString &caption)
+{
+    frmMain *window = basGlobals::colSimWindows().Item(caption);
+    if (!window)
+        return nullptr;
+    window->ensureLoaded();
+    if (QWidget *sub = window->parentWidget()) {
+        sub->show();
+        sub->resize(sub->sizeHint().expandedTo(sub->minimumSizeHint()));
+    }
+    window->show();
+    return window;
+}
+
+frmMain *frmMDIMain::activeSimWindow() const
+{
+    QMdiSubWindow *sub = m_mdi->activeSubWindow();
+    if (!sub && !m_mdi->subWindowList().isEmpty())
+        sub = m_mdi->currentSubWindow();
+    return sub ? qobject_cast<frmMain *>(sub->widget()) : nullptr;
+}
+
+void frmMDIMain::updateEnabledStates(int openWindows)
+{
+    const bool room = openWindows < MaxWindows;
+    const bool any = openWindows >= 1;
+    if (QAction *a = button(QStringLiteral("graph")))
+        a->setEnabled(room);
+    mnuNew->setEnabled(room);
+    for (const char *key : {"simulate", "soiltype", "print", "printpreview"})
+        if (QAction *a = button(QString::fromLatin1(key)))
+            a->setEnabled(any);
+    mnuPrintData->setEnabled(any);
+    mnuPreview->setEnabled(any);
+    mnuPrint->setEnabled(any);
+}
+
+void frmMDIMain::simulationWindowUnloaded(int remaining)
+{
+    // Below four windows a new one may be made; with none left there is
+    // nothing to print, update or choose a soil for.
+    if (remaining < MaxWindows) {
+        if (QAction *a = button(QStringLiteral("graph")))
+            a->setEnabled(true);
+        mnuNew->setEnabled(true);
+    }
+    if (remaining == 0) {
+        for (const char *key : {"print", "printpreview", "simulate", "soiltype"})
+            if (QAction *a = button(QString::fromLatin1(key)))
+                a->setEnabled(false);
+        mnuPrintData->setEnabled(false);
+        mnuPreview->setEnabled(false);
+        mnuPrint->setEnabled(false);
+    }
+}
+
+void frmMDIMain::TileVertically()
+{
+    // Side by side in equal columns, in the order the windows were made.
+    QList<QMdiSubWindow *> subs;
+    for (QMdiSubWindow *sub : m_mdi->subWindowList(QMdiArea::CreationOrder))
+        if (sub->isVisible() && !sub->isMinimized())
+            subs.append(sub);
+    if (subs.isEmpty())
+        return;
+    const QRect area = m_mdi->viewport()->rect();
+    const int n = int(subs.size());
+    const int columnWidth = area.width() / n;
+    for (int i = 0; i < n; ++i) {
+        QMdiSubWindow *sub = subs.at(i);
+        if (sub->isMaximized())
+            sub->showNormal();
+        const int w = (i == n - 1) ? area.width() - columnWidth * (n - 1) : columnWidth;
+        sub->setGeometry(QRect(area.left() + i * columnWidth, area.top(), w, area.height()));
+    }
+}
+
+void frmMDIMain::Cascade()
+{
+    m_mdi->cascadeSubWindows();
+}
+
+void frmMDIMain::ArrangeIcons()
+{
+    // Minimized windows line up along the bottom of the area.
+    const QRect area = m_mdi->viewport()->rect();
+    int x = 0;
+    for (QMdiSubWindow *sub : m_mdi->subWindowList(QMdiArea::CreationOrder)) {
+        if (!sub->isMinimized())
+            continue;
+        const QSize s = sub->size();
+        sub->move(x, area.bottom() - s.height() + 1);
+        x += s.width();
+    }
+}
+
+void frmMDIMain::resizeEvent(QResizeEvent *event)
+{
+    QMainWindow::resizeEvent(event);
+    if (isMinimized())
+        return;
+    const QSize minimum = Twips::sizeToPixels(MinWidthTwips, MinHeightTwips);
+    if (width() < minimum.width() || height() < minimum.height())
+        resize(std::max(width(), minimum.width()), std::max(height(), minimum.height()));
+    setBand2MinimumHeight();
+}
+
+void frmMDIMain::closeEvent(QCloseEvent *event)
+{
+    unloadAll();
+    event->accept();
+}
+
+void frmMDIMain::unloadAll()
+{
+    if (m_unloading)
+        return;
+    m_unloading = true;
+    SimWindowCollection &windows = basGlobals::colSimWindows();
+    while (windows.Count() > 0) {
+        frmMain *w = windows.at(0);
+        if (!w) {
+            windows.Remove(windows.captions().first());
+            continue;
+        }
+        w->Unload();
+        if (QWidget *sub = w->parentWidget())
+            sub->deleteLater();
+    }
+    m_unloading = false;
+}
+
+void frmMDIMain::tlbMain_ButtonClick(QAction *button)
+{
+    const QString key = button->property("Key").toString();
+    if (key == QLatin1String("exit")) {
+        mnuExit_Click();
+    } else if (key == QLatin1String("print")) {
+        mnuPrint->trigger();
+    } else if (key == QLatin1String("printpreview")) {
+        mnuPreview->trigger();
+    } else if (key == QLatin1String("graph")) {
+        mnuNew_Click();
+    } else if (key == QLatin1String("simulate")) {
+        if (frmMain *w = activeSimWindow())
+            w->UpdateGraph();
+    } else if (key == QLatin1String("soiltype")) {
+        if (frmMain *w = activeSimWindow())
+            w->SelectSoilType();
+    }
+}
+
+void frmMDIMain::mnuNew_Click()
+{
+    const QString caption = NewSimWindow();
+    basGlobals::strLastResult = caption;
+    if (!caption.isEmpty())
+        showSimWindow(caption);
+}
+
+void frmMDIMain::mnuExit_Click()
+{
+    // Ends the process at once: no window is unloaded and nothing is saved.
+    std::fflush(nullptr);
+    ::_exit(0);
+}
+
+void frmMDIMain::showGraphOptions()
+{
+    // Stand-in until the options dialog arrives: an empty modal dialog.
+    QDialog dialog(this);
+    dialog.setObjectName(QStringLiteral("frmGraphOptions"));
+    dialog.setWindowTitle(QStringLiteral("Graph Options"));
+    dialog.exec();
+}
+
+void frmMDIMain::mnuContents_Click()
+{
+    auto *viewer = new HelpViewer(this);
+    viewer->setAttribute(Qt::WA_DeleteOnClose);
+    viewer->openContents();
+    viewer->show();
+}
+
+void frmMDIMain::mnuAbout_Click()
+{
+    frmAbout about(this);
+    about.setWindowIcon(ResourceImages::icon(114));
+    about.setWindowTitle(QStringLiteral("About Ulvex"));
+    about.exec();
+    about.hide();
+}

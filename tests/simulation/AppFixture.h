@@ -1,0 +1,52 @@
+#pragma once
+
+#include "shell/ErrorMessage.h"
+#include "shell/ProgramFolder.h"
+#include "shell/UlvexError.h"
+#include "shell/basGlobals.h"
+#include "shell/basMain.h"
+#include "shell/frmMDIMain.h"
+#include "simulation/frmMain.h"
+#include "tests/common/TestDatabase.h"
+
+#include <QMdiSubWindow>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <memory>
+
+// Starts the real program (without the splash's wait for a user) on a test
+// database in a temporary program folder, and records the error messages the
+// windows would show.
+struct AppFixture
+{
+    QTemporaryDir dir;
+    std::unique_ptr<frmMDIMain> frame;
+    QStringList errors;
+
+    explicit AppFixture(bool withDatabase = true)
+    {
+        ProgramFolder::setOverride(dir.path());
+        if (withDatabase)
+            TestDatabase::create(dir.path());
+        ErrorMessage::setSink([this](QWidget *, const UlvexError &e) {
+            errors << ErrorMessage::text(e);
+        });
+    }
+    ~AppFixture()
+    {
+        frame.reset();
+        basGlobals::colSimWindows().clear();
+        ErrorMessage::setSink({});
+        ProgramFolder::setOverride(QString());
+    }
+    void start()
+    {
+        basMain::setSplashAutoAccept(true);
+        frame.reset(basMain::Main());
+    }
+    frmMain *window(int n) const
+    {
+        return basGlobals::colSimWindows().Item(QStringLiteral("Ulvex Simulation %1").arg(n));
+    }
+    static QMdiSubWindow *sub(frmMain *w) { return qobject_cast<QMdiSubWindow *>(w->parentWidget()); }
+};
