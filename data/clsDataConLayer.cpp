@@ -18,9 +18,24 @@ QString uniqueConnectionName()
 
 } // namespace
 
+namespace {
+QString &databaseOverride()
+{
+    static QString path;
+    return path;
+}
+} // namespace
+
 QString clsDataConLayer::databasePath()
 {
+    if (!databaseOverride().isEmpty())
+        return databaseOverride();
     return ProgramFolder::file(QStringLiteral("trickle.db"));
+}
+
+void clsDataConLayer::setDatabaseOverride(const QString &path)
+{
+    databaseOverride() = path;
 }
 
 QString clsDataConLayer::sfDatasetLoad(const QString &sql, std::unique_ptr<clsSourceRecordset> &rs)

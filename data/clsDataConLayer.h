@@ -28,8 +28,10 @@ public:
     // path) and opened for writing. A missing file is not created either.
     QString sfDatasetSave(const QString &sql, std::unique_ptr<clsSourceRecordset> &rs);
 
-    // The file the read path opens.
+    // The file the read path opens: the program folder's trickle.db, unless a
+    // command-line caller named another database file.
     static QString databasePath();
+    static void setDatabaseOverride(const QString &path);
     // The name the save path opens.
     static QString savePath() { return QStringLiteral("trickle.db"); }
 

@@ -1,0 +1,144 @@
+#include "tests/common/TestDatabase.h"
+
+#include <QFile>
+#include <QImage>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+struct Run
+{
+    int status = -1;
+    QString err;
+};
+
+Run render(const QStringList &arguments)
+{
+    QProcess p;
+    p.start(QStringLiteral(ULVEX_RENDER_EXE), arguments);
+    if (!p.waitForFinished(60000))
+        return {};
+    return {p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1,
+            QString::fromLocal8Bit(p.readAllStandardError())};
+}
+
+QByteArray bytes(const QString &path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+} // namespace
+
+class TestRender : public QObject
+{
+    Q_OBJECT
+private:
+    QTemporaryDir dir;
+    QString db;
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(dir.isValid());
+        db = TestDatabase::create(dir.path());
+    }
+
+    void drawsPngOfTheSelection()
+    {
+        const QString out = dir.filePath("graph.png");
+        const Run r = render({"--database", db, "--soil", "3", "--flow", "2", "--time", "24", "--water",
+                              "wet", "--emitter", "surface", "--size", "400x600", "--output", out});
+        QCOMPARE(r.status, 0);
+        QVERIFY(r.err.isEmpty());
+        QImage image(out);
+        QCOMPARE(image.size(), QSize(400, 600));
+        // Kept beside the test for a look by eye.
+        QFile::remove(QCoreApplication::applicationDirPath() + "/render-graph.png");
+        QFile::copy(out, QCoreApplication::applicationDirPath() + "/render-graph.png");
+        // The soil surface is a black line at 0.3 of the height (the side strips
+        // paint over its ends); the emitter a
+        // black disc at the centre of it.
+        QCOMPARE(QColor(image.pixel(120, 180)), QColor(Qt::black));
+        QCOMPARE(QColor(image.pixel(200, 180)), QColor(Qt::black));
+        // Ground below it is white without background (the default settings).
+        QCOMPARE(QColor(image.pixel(330, 400)), QColor(Qt::white));
+        // The picture is not blank: fronts and texts put dark pixels in the ground.
+        int dark = 0;
+        for (int y = 185; y < 520; ++y)
+            for (int x = 60; x < 360; ++x)
+                if (qGray(image.pixel(x, y)) < 128)
+                    ++dark;
+        QVERIFY2(dark > 200, qPrintable(QString::number(dark)));
+    }
+
+    void drawsSvgAndPdf()
+    {
+        const QString svg = dir.filePath("graph.svg");
+        QCOMPARE(render({"-d", db, "-e", "buried", "-w", "moist", "-o", svg}).status, 0);
+        const QByteArray s = bytes(svg);
+        QVERIFY(s.contains("<svg"));
+        QVERIFY(s.contains("Hour"));
+        const QString pdf = dir.filePath("graph.pdf");
+        QCOMPARE(render({"-d", db, "-o", pdf, "--size", "800x1200"}).status, 0);
+        QVERIFY(bytes(pdf).startsWith("%PDF"));
+    }
+
+    void badOptionsExitTwoWithOneLine_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::newRow("no output") << QStringList({"--soil", "1"});
+        QTest::newRow("soil zero") << QStringList({"--soil", "0", "-o", "x.png"});
+        QTest::newRow("soil text") << QStringList({"--soil", "sand", "-o", "x.png"});
+        QTest::newRow("water") << QStringList({"--water", "damp", "-o", "x.png"});
+        QTest::newRow("emitter") << QStringList({"--emitter", "deep", "-o", "x.png"});
+        QTest::newRow("size") << QStringList({"--size", "10x10", "-o", "x.png"});
+        QTest::newRow("format") << QStringList({"-o", "x.bmp"});
+        QTest::newRow("unknown option") << QStringList({"--colour", "red", "-o", "x.png"});
+        QTest::newRow("soil not in database") << QStringList({"--soil", "9", "-o", "x.png"});
+        QTest::newRow("flow not in database") << QStringList({"--flow", "5", "-o", "x.png"});
+        QTest::newRow("time not in database") << QStringList({"--time", "25", "-o", "x.png"});
+    }
+    void badOptionsExitTwoWithOneLine()
+    {
+        QFETCH(QStringList, arguments);
+        const Run r = render(QStringList({"--database", db}) + arguments);
+        QCOMPARE(r.status, 2);
+        QCOMPARE(r.err.count('\n'), 1);
+        QVERIFY(r.err.startsWith("ulvex-render: "));
+        QVERIFY(!QFile::exists("x.png"));
+    }
+
+    void unreadableDatabaseExitsThree()
+    {
+        const QString missing = dir.filePath("none/trickle.db");
+        Run r = render({"--database", missing, "-o", dir.filePath("a.png")});
+        QCOMPARE(r.status, 3);
+        QCOMPARE(r.err.count('\n'), 1);
+        QVERIFY(r.err.contains("trickle.db"));
+        QVERIFY(!QFile::exists(missing)); // never created
+        QTemporaryDir other;
+        const QString junk = TestDatabase::createNotADatabase(other.path());
+        const QByteArray before = bytes(junk);
+        r = render({"--database", junk, "-o", dir.filePath("b.png")});
+        QCOMPARE(r.status, 3);
+        QCOMPARE(bytes(junk), before);
+        QVERIFY(!QFile::exists(dir.filePath("b.png")));
+    }
+
+    void missingTableExitsThree()
+    {
+        QTemporaryDir other;
+        TestDatabase::Options options;
+        options.omitTables << "BuriedData-c3";
+        const QString path = TestDatabase::create(other.path(), options);
+        const Run r = render({"-d", path, "-e", "buried", "-w", "wet", "-o", other.filePath("c.png")});
+        QCOMPARE(r.status, 3);
+        QVERIFY(r.err.contains("BuriedData-c3"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestRender)
+#include "tst_render.moc"
