@@ -14,6 +14,11 @@
 #include <QMdiSubWindow>
 
 namespace {
+QElapsedTimer &processClock()
+{
+    static QElapsedTimer clock;
+    return clock;
+}
 bool g_autoAccept = false;
 double g_startupMs = -1;
 QString g_helpFile;
@@ -24,6 +29,11 @@ namespace basMain {
 void setSplashAutoAccept(bool accept)
 {
     g_autoAccept = accept;
+}
+
+void markProcessStart()
+{
+    processClock().start();
 }
 
 double startupMilliseconds()
@@ -72,14 +82,20 @@ void SetupHelpAndToolbar(frmMDIMain *frame)
 
 frmMDIMain *Main()
 {
-    // 1.-2. The disclaimer must be accepted before anything else appears.
+    if (!processClock().isValid())
+        processClock().start();
+    // 1.-2. The disclaimer must be accepted before anything else appears. The
+    // time the user spends reading it is not start-up time.
+    qint64 waitedNs = 0;
     if (!g_autoAccept) {
+        QElapsedTimer wait;
+        wait.start();
         frmSplash splash;
-        if (splash.exec() != QDialog::Accepted)
+        const int answer = splash.exec();
+        waitedNs = wait.nsecsElapsed();
+        if (answer != QDialog::Accepted)
             return nullptr;
     }
-    QElapsedTimer clock;
-    clock.start();
 
     // 3.-7. The frame.
     auto *frame = new frmMDIMain;
@@ -99,7 +115,7 @@ frmMDIMain *Main()
     frame->showSimWindow(second);
     if (one && one->parentWidget())
         frame->mdiArea()->setActiveSubWindow(qobject_cast<QMdiSubWindow *>(one->parentWidget()));
-    g_startupMs = double(clock.nsecsElapsed()) / 1e6;
+    g_startupMs = double(processClock().nsecsElapsed() - waitedNs) / 1e6;
 
     // 10.-11. Let both windows finish loading and drawing, then side by side.
     basSafeRoutines::sfPause(500);

@@ -21,9 +21,12 @@ QString LoadToolbarButtons(frmMDIMain *frame);
 // Where the help contents lie: the program folder's help/index.html.
 QString helpFile();
 
-// Milliseconds from process start to both first graphs drawn, measured by
-// Main without the time spent waiting for the user at the splash and without
-// the fixed pause; -1 until Main has run.
+// Starts the start-up clock; main() calls it first thing.
+void markProcessStart();
+
+// Milliseconds from process start (markProcessStart) to both first graphs
+// drawn, measured by Main without the time spent waiting for the user at the
+// splash and without the fixed pause; -1 until Main has run.
 double startupMilliseconds();
 
 // Lets tests and benchmarks run start-up without waiting for a user at the

@@ -7,6 +7,7 @@
 
 int main(int argc, char *argv[])
 {
+    basMain::markProcessStart();
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Ulvex"));
     QApplication::setApplicationVersion(QStringLiteral(ULVEX_VERSION));
