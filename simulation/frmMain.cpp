@@ -215,10 +215,10 @@ void frmMain::Form_Load()
     placeStatusBar();
     m_scaler.capture(this, [this](QWidget *w) {
         // Only the window's own controls; the graph rescales its own picture.
-        if (w == sbrMain || w->parentWidget() == sbrMain || GraphEllipse1->isAncestorOf(w))
-            return ControlScaler::Rule::Untouched;
         if (w == GraphEllipse1)
             return ControlScaler::Rule::GeometryOnly;
+        if (w == sbrMain || w->parentWidget() == sbrMain || GraphEllipse1->isAncestorOf(w))
+            return ControlScaler::Rule::Untouched;
         if (qobject_cast<QComboBox *>(w) && (w == cmbFlow || w == cmbTime))
             return ControlScaler::Rule::ComboBox;
         if (w->parentWidget() == this || w->parentWidget() == fraSel || w->parentWidget() == Frame1
@@ -254,6 +254,11 @@ clsBusinessLayer &frmMain::business()
     if (!m_business)
         m_business = std::make_unique<clsBusinessLayer>();
     return *m_business;
+}
+
+QVector<QVector<QVariant>> frmMain::exportRows()
+{
+    return business().ReturnDataForPrint(this);
 }
 
 template <typename F> QString frmMain::guarded(F &&operation)

@@ -215,6 +215,13 @@ private slots:
         w->resize(base.width() * 3 / 2, base.height() * 3 / 2);
         w->resize(base);
         QCOMPARE(frame->geometry(), frameAtLoad);
+        // The graph and its picture grow with the window.
+        w->resize(base.width() * 2, base.height() * 2);
+        QWidget *picture = w->graph()->hWnd();
+        QVERIFY2(w->graph()->width() > base.width() / 2, qPrintable(QString::number(w->graph()->width())));
+        QCOMPARE(picture->size(), w->graph()->size());
+        QCOMPARE(w->graph()->Image().size(), picture->size());
+        w->resize(base);
         // The status bar stays docked at the bottom.
         QCOMPARE(w->statusBar()->geometry().bottom(), w->height() - 1);
     }

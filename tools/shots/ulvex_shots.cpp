@@ -1,0 +1,122 @@
+// Drives the real program into the states worth looking at and saves a
+// screenshot of each: the frame with two windows, with four, and with a buried
+// emitter on a coloured background. Run it under Xvfb through
+// tools/screenshots.sh; it accepts the disclaimer for you.
+#include "graph/ColorRef.h"
+#include "settings/basIndProfile.h"
+#include "shell/ProgramFolder.h"
+#include "shell/ResourceImages.h"
+#include "shell/basGlobals.h"
+#include "shell/basMain.h"
+#include "shell/frmMDIMain.h"
+#include "simulation/frmMain.h"
+#include "tests/common/TestDatabase.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDir>
+#include <QFile>
+#include <QScreen>
+#include <QTemporaryDir>
+#include <QThread>
+#include <cstdio>
+#include <memory>
+
+namespace {
+
+void settle()
+{
+    for (int i = 0; i < 20; ++i) {
+        QCoreApplication::processEvents();
+        QThread::msleep(10);
+    }
+}
+
+bool shoot(QWidget *frame, const QString &file)
+{
+    settle();
+    QPixmap picture;
+    if (QGuiApplication::platformName() == QLatin1String("xcb"))
+        picture = frame->screen()->grabWindow(frame->winId());
+    if (picture.isNull())
+        picture = frame->grab();
+    const bool ok = picture.save(file);
+    std::printf("%s %s (%dx%d)\n", ok ? "wrote" : "could not write", qPrintable(file), picture.width(),
+                picture.height());
+    return ok;
+}
+
+void choose(frmMain *w, int flow, int time, bool buried, const char *water)
+{
+    w->findChild<QComboBox *>(QStringLiteral("cmbFlow"))->setCurrentIndex(flow);
+    w->findChild<QComboBox *>(QStringLiteral("cmbTime"))->setCurrentIndex(time);
+    w->findChild<QCheckBox *>(buried ? QStringLiteral("chkBuried") : QStringLiteral("chkSurface"))->setChecked(true);
+    w->findChild<QCheckBox *>(QString::fromLatin1(water))->setChecked(true);
+    w->UpdateGraph();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    basMain::markProcessStart();
+    QApplication app(argc, argv);
+    ResourceImages::registerFontSubstitutes();
+    const QString out = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("screenshots");
+    QDir().mkpath(out);
+    const QString database = argc > 2 ? QString::fromLocal8Bit(argv[2]) : QString();
+
+    QTemporaryDir folder;
+    ProgramFolder::setOverride(folder.path());
+    if (!database.isEmpty() && QFile::exists(database))
+        QFile::copy(database, folder.filePath(QStringLiteral("trickle.db")));
+    else
+        TestDatabase::create(folder.path());
+    basMain::setSplashAutoAccept(true);
+
+    bool ok = true;
+    {
+        std::unique_ptr<frmMDIMain> frame(basMain::Main());
+        frame->resize(1280, 860);
+        frame->TileVertically();
+        choose(basGlobals::colSimWindows().at(0), 2, 23, false, "chkDry");
+        choose(basGlobals::colSimWindows().at(1), 2, 23, false, "chkWet");
+        ok &= shoot(frame.get(), out + QStringLiteral("/frame-two-windows.png"));
+
+        frame->menuItem(QStringLiteral("mnuNew"))->trigger();
+        frame->menuItem(QStringLiteral("mnuNew"))->trigger();
+        frame->resize(1900, 1000);
+        frame->TileVertically();
+        choose(basGlobals::colSimWindows().at(2), 4, 23, true, "chkMoist");
+        choose(basGlobals::colSimWindows().at(3), 0, 11, false, "chkWet");
+        ok &= shoot(frame.get(), out + QStringLiteral("/frame-four-windows.png"));
+        frame->close();
+    }
+    basGlobals::colSimWindows().clear();
+
+    // Coloured background and colours for the curves, as the options dialog
+    // would save them.
+    GraphSettings settings;
+    basIndProfile::LoadGraphSettings(settings);
+    settings.BackOn = 1;
+    settings.Width = 2;
+    settings.EmitterDepth = 0.3f;
+    const int colours[7] = {0, ColorRef::rgb(200, 0, 0), ColorRef::rgb(0, 0, 200), ColorRef::rgb(0, 130, 0),
+                            ColorRef::rgb(160, 0, 160), ColorRef::rgb(0, 120, 140), ColorRef::rgb(110, 60, 0)};
+    for (int i = 1; i <= 6; ++i)
+        settings.Color[size_t(i)] = colours[i];
+    basIndProfile::SaveGraphSettings(settings);
+    {
+        std::unique_ptr<frmMDIMain> frame(basMain::Main());
+        frame->resize(1280, 860);
+        frame->TileVertically();
+        choose(basGlobals::colSimWindows().at(0), 3, 23, true, "chkDry");
+        choose(basGlobals::colSimWindows().at(1), 3, 23, true, "chkWet");
+        ok &= shoot(frame.get(), out + QStringLiteral("/frame-buried-background.png"));
+        frame->close();
+    }
+    basGlobals::colSimWindows().clear();
+    return ok ? 0 : 1;
+}
