@@ -5,6 +5,9 @@
 #include "shell/Twips.h"
 #include "shell/basGlobals.h"
 #include "shell/frmAbout.h"
+#include "output/PrintControl.h"
+#include "output/basPrint.h"
+#include "output/frmPrintPreview.h"
 #include "simulation/frmMain.h"
 
 #include <QAction>
@@ -84,6 +87,18 @@ void frmMDIMain::buildMenus()
     connect(mnuCascade, &QAction::triggered, this, &frmMDIMain::Cascade);
     connect(mnuContents, &QAction::triggered, this, &frmMDIMain::mnuContents_Click);
     connect(mnuAbout, &QAction::triggered, this, &frmMDIMain::mnuAbout_Click);
+
+    // Output: the export, the preview and printing through the frame's own
+    // print control, which keeps the chosen printer for the next print.
+    auto *PrintPRO1 = new PrintControl(QStringLiteral("PrintPRO Document"), this);
+    PrintPRO1->setObjectName(QStringLiteral("PrintPRO1"));
+    connect(mnuPrintData, &QAction::triggered, this, [this] { basPrint::PrintDataToFile(this); });
+    connect(mnuPreview, &QAction::triggered, this, [this] {
+        frmPrintPreview preview(this);
+        preview.exec();
+    });
+    connect(mnuPrint, &QAction::triggered, this,
+            [this, PrintPRO1] { basPrint::PrintGraphs(*PrintPRO1, this); });
 }
 
 void frmMDIMain::buildCoolBar()

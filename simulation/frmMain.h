@@ -3,6 +3,8 @@
 #include "simulation/ControlScaler.h"
 
 #include <QPointer>
+#include <QVariant>
+#include <QVector>
 #include <QWidget>
 #include <memory>
 
@@ -50,6 +52,10 @@ public:
     QString caption() const { return windowTitle(); }
 
     GraphEllipse *graph() const { return GraphEllipse1; }
+    // The export rows of this window's soil and flow rate, every time step,
+    // indexed [column][row] (the query layer's ReturnDataForPrint). A database
+    // failure is thrown as UlvexError to the caller.
+    QVector<QVector<QVariant>> exportRows();
     QStatusBar *statusBar() const { return sbrMain; }
     QTimer *mouseTimer() const { return tmrMain; }
     bool isHooked() const { return blnHooked; }

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <QDateTime>
+#include <QLocale>
+#include <QString>
+#include <QVariant>
+#include <QVector>
+
+class QIODevice;
+
+// The text layout of the simulation data file, written line by line onto an
+// open device: the file header, then for every simulation window a block with
+// its header lines, the column header and the rows of its export query.
+//
+// Lines end in CR LF and are written in the system's text encoding, so the file
+// opens the same way in the spreadsheet and analysis programs it is meant for
+// on every platform. Numbers use "." whatever the locale; the date on the first
+// line follows the user's locale (short date, a blank, long time).
+//
+// Holds no widget: the export routine reads the windows and hands the values in.
+class DataFileWriter
+{
+public:
+    explicit DataFileWriter(QIODevice *device);
+
+    // Lines 1 to 4: the title with the date, the two notes on the signs of
+    // Zplus and Zminus, two empty lines.
+    void writeFileHeader(const QDateTime &now);
+    // A window's header lines, its emitter line, one empty line and the
+    // column header that matches the rows of its emitter type.
+    void writeBlockHeader(const QString &caption, const QString &soilType,
+                          const QString &flowRate, const QString &waterContent,
+                          bool buried, float emitterDepth);
+    // The rows of a table indexed [column][row]; the first three columns are
+    // the selection keys and are left out. An empty table writes nothing.
+    void writeRows(const QVector<QVector<QVariant>> &table);
+    // The two empty lines that close a block.
+    void writeBlockEnd();
+
+    // False once any write fell short (disk full, device closed...).
+    bool ok() const { return m_ok; }
+    QString errorString() const;
+
+    // The first line's date: the locale's short date, a blank, its long time.
+    static QString generalDate(const QDateTime &when, const QLocale &locale = QLocale());
+    // A value in its plain text form: whole numbers as they are, fractions in
+    // their shortest exact form with ".", text unchanged, null as nothing.
+    static QString formatValue(const QVariant &value);
+    // A single-precision number in its shortest decimal text (0.4f gives "0.4").
+    static QString formatSingle(float value);
+
+    // The fixed texts of the layout.
+    static const QString TitlePrefix;    // "Ulvex Simulation Data         Generated: "
+    static const QString BuriedHeader;   // "TimeStep,Radius,Zplus,Zminus"
+    static const QString SurfaceHeader;  // "TimeStep,Zplus,Radius"
+    static constexpr int KeyColumns = 3; // columns of the table not written
+
+private:
+    void line(const QString &text = QString());
+
+    QIODevice *m_device;
+    bool m_ok = true;
+};
