@@ -10,11 +10,13 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QCoreApplication>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QResizeEvent>
 #include <QTreeWidget>
 
 #include <cmath>
@@ -237,7 +239,15 @@ QString clsUserConLayer::sfLVDataSetShow(const QString &datasetName,
         // The chooser takes the remembered size; the columns share the list's
         // width as remembered.
         QWidget *holder = list->window();
+        const QSize before = holder->size();
         holder->resize(Twips::sizeToPixels(settings.Width, settings.Height));
+        // A hidden window hears of its new size only when it is shown; the
+        // window must place its controls now, since the columns below are
+        // sized from the list's width.
+        if (!holder->isVisible() && holder->size() != before) {
+            QResizeEvent resized(holder->size(), before);
+            QCoreApplication::sendEvent(holder, &resized);
+        }
         if (holder->layout() != nullptr)
             holder->layout()->activate();
 

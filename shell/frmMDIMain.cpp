@@ -8,6 +8,9 @@
 #include "output/PrintControl.h"
 #include "output/basPrint.h"
 #include "output/frmPrintPreview.h"
+#include "settings/frmGraphOptions.h"
+#include "shell/ErrorMessage.h"
+#include "shell/UlvexError.h"
 #include "simulation/frmMain.h"
 
 #include <QAction>
@@ -349,10 +352,14 @@ void frmMDIMain::mnuExit_Click()
 
 void frmMDIMain::showGraphOptions()
 {
-    // Stand-in until the options dialog arrives: an empty modal dialog.
-    QDialog dialog(this);
-    dialog.setObjectName(QStringLiteral("frmGraphOptions"));
-    dialog.setWindowTitle(QStringLiteral("Graph Options"));
+    frmGraphOptions dialog(this);
+    try {
+        dialog.Form_Load();
+    } catch (const UlvexError &e) {
+        // A settings file that cannot be read: say so and leave it alone.
+        ErrorMessage::show(this, e);
+        return;
+    }
     dialog.exec();
 }
 

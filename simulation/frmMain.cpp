@@ -9,7 +9,7 @@
 #include "shell/basGlobals.h"
 #include "shell/basHook.h"
 #include "shell/frmMDIMain.h"
-#include "simulation/SoilChooser.h"
+#include "simulation/frmSoilDes.h"
 
 #include <QButtonGroup>
 #include <QCheckBox>
@@ -282,18 +282,27 @@ QString frmMain::UpdateGraph()
 QString frmMain::SelectSoilType()
 {
     ensureLoaded();
-    SoilChooser chooser(business(), this);
+    frmSoilDes chooser(this);
     chooser.intSelectedIndex = qint16(lblSoilDes->property("Tag").toString().toInt());
     chooser.setWindowTitle(QStringLiteral("Select Soil Type For ") + caption());
-    if (!chooser.load())
-        return QString();
-    chooser.exec();
+    bool loaded = false;
+    const QString result = guarded([&chooser, &loaded] {
+        const QString status = chooser.Form_Load();
+        loaded = true;
+        return status;
+    });
+    if (!loaded)
+        return result;
+    // Closing the chooser without choosing keeps the soil as it was.
+    if (chooser.exec() != QDialog::Accepted)
+        return result;
     const QString chosen = chooser.strSelectedSoil;
+    // A leftover check the program keeps: it only says so.
     if (QFontMetrics(font()).horizontalAdvance(chosen) > lblSoilDes->width())
         QMessageBox::information(this, QString(), QStringLiteral("Bigger"));
     lblSoilDes->setText(chosen);
     lblSoilDes->setProperty("Tag", QString::number(chooser.intSelectedIndex));
-    return QString();
+    return result;
 }
 
 void frmMain::GraphEllipse1_MouseMove(qint16, qint16, float x, float y)

@@ -4,7 +4,7 @@
 #include "graph/PictureBox.h"
 #include "shell/ResourceImages.h"
 #include "shell/Twips.h"
-#include "simulation/SoilChooser.h"
+#include "simulation/frmSoilDes.h"
 
 #include <QAction>
 #include <QApplication>
@@ -15,7 +15,7 @@
 #include <QMdiArea>
 #include <QPushButton>
 #include <QLabel>
-#include <QListWidget>
+#include <QTreeWidget>
 #include <QMessageBox>
 #include <QStatusBar>
 #include <QTimer>
@@ -233,10 +233,11 @@ private slots:
         frmMain *w = app.window(2);
         onNextModal([](QWidget *dialog) {
             QCOMPARE(dialog->windowTitle(), QString("Select Soil Type For Ulvex Simulation 2"));
-            auto *list = dialog->findChild<QListWidget *>("lvSoil");
-            QCOMPARE(list->count(), 5);
-            QCOMPARE(list->currentRow(), 0);
-            QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(list->item(3)).center());
+            auto *list = dialog->findChild<QTreeWidget *>("lvSoil");
+            QCOMPARE(list->topLevelItemCount(), 5);
+            QCOMPARE(list->indexOfTopLevelItem(list->currentItem()), 0);
+            QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
+                              list->visualItemRect(list->topLevelItem(3)).center());
         });
         app.frame->mdiArea()->setActiveSubWindow(AppFixture::sub(w));
         app.frame->button("soiltype")->trigger();
@@ -249,8 +250,8 @@ private slots:
         QCOMPARE(w->graph()->front(0).Radius1(), float(TestDatabase::frontValue("SurfaceData-c", "r", 4, 1, 1)));
         // Opening again highlights the current soil.
         onNextModal([](QWidget *dialog) {
-            auto *list = dialog->findChild<QListWidget *>("lvSoil");
-            QCOMPARE(list->currentRow(), 3);
+            auto *list = dialog->findChild<QTreeWidget *>("lvSoil");
+            QCOMPARE(list->indexOfTopLevelItem(list->currentItem()), 3);
             QTest::keyClick(dialog->findChild<QPushButton *>("cmdReturn"), Qt::Key_Space);
         });
         QTest::mouseDClick(label, Qt::LeftButton);
