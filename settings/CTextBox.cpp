@@ -57,6 +57,44 @@ bool parseNumber(const QString &text, double &out)
     return true;
 }
 
+// Currency: the decimal text rounded to four places, a half to the even
+// neighbour, on the digits themselves so that no binary fraction gets in the way.
+bool parseCurrency(const QString &text, double &out)
+{
+    static const QRegularExpression pattern(QStringLiteral("^\\s*([+-]?)(\\d*)(?:\\.(\\d*))?\\s*$"));
+    const QRegularExpressionMatch m = pattern.match(text);
+    if (!m.hasMatch()) {
+        // With an exponent: through a double.
+        double value = 0;
+        if (!parseNumber(text, value))
+            return false;
+        out = roundHalfEven(value * 10000.0) / 10000.0;
+        return std::fabs(out) <= 922337203685477.5807;
+    }
+    const QString whole = m.captured(2);
+    const QString fraction = m.captured(3);
+    if (whole.isEmpty() && fraction.isEmpty())
+        return false;
+    const QString digits = (whole.isEmpty() ? QStringLiteral("0") : whole)
+                           + fraction.left(4).leftJustified(4, QLatin1Char('0'));
+    bool ok = false;
+    qulonglong units = digits.toULongLong(&ok);
+    if (!ok || units > 9223372036854775807ULL)
+        return false;
+    const QString rest = fraction.mid(4);
+    if (!rest.isEmpty()) {
+        const int first = rest.at(0).digitValue();
+        const bool moreAfter = rest.mid(1).contains(QRegularExpression(QStringLiteral("[1-9]")));
+        if (first > 5 || (first == 5 && (moreAfter || units % 2 == 1)))
+            ++units;
+    }
+    if (units > 9223372036854775807ULL)
+        return false;
+    const double value = double(units) / 10000.0;
+    out = m.captured(1) == QLatin1String("-") ? -value : value;
+    return true;
+}
+
 // Day, month and year order of the user's short date format.
 QString dateOrder()
 {
@@ -453,9 +491,9 @@ QVariant CTextBox::convert(const QString &text, qint16 valueType)
         return QVariant::fromValue(number);
     case vbCurrency: {
         // Fixed point with four decimal places, in the 64-bit range.
-        if (!parseNumber(text, number) || std::fabs(number) > 922337203685477.5807)
+        if (!parseCurrency(text, number))
             return QVariant();
-        return QVariant::fromValue(roundHalfEven(number * 10000.0) / 10000.0);
+        return QVariant::fromValue(number);
     }
     case vbDate:
         return parseDate(text);
@@ -496,8 +534,10 @@ bool CTextBox::ValidateMsg(const QString &message)
                     m_window);
     box.setObjectName(QStringLiteral("InvalidValueMessage"));
     box.exec();
-    if (m_control)
+    if (m_control) {
+        m_control->window()->activateWindow();
         m_control->setFocus(Qt::OtherFocusReason);
+    }
     return false;
 }
 

@@ -24,6 +24,9 @@ void ControlsCollection::Init(QWidget *window, bool ReverseEventsOrder)
     // findChildren walks the window's controls depth first in creation order,
     // which is the order the window lists them in.
     for (QWidget *control : window->findChildren<QWidget *>()) {
+        // Pop-ups (a combo box's list) are windows of their own.
+        if (control->window() != window)
+            continue;
         auto *object = new ControlObject(this);
         if (object->Attach(control, this))
             m_controls << object;
