@@ -143,6 +143,12 @@ void frmGraphOptions::buildControls()
         b->setFixedSize(32, 28);
     }
 
+    // Keyboard order as the controls stand: the fields, then the colour
+    // selector from left to right.
+    QWidget::setTabOrder(txtEDepth, cmdBack);
+    QWidget::setTabOrder(cmdBack, picColorSelect);
+    QWidget::setTabOrder(picColorSelect, cmdForward);
+
     auto *generalGrid = new QGridLayout(general);
     generalGrid->addWidget(lblMaxSim, 0, 0);
     generalGrid->addWidget(cmbMaxSim, 0, 1);
