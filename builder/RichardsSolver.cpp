@@ -23,6 +23,8 @@ RichardsSolver::RichardsSolver(const SoilModel& soil, const AxisymmetricMesh& me
 
 void RichardsSolver::setUniformHead(double h)
 {
+    m_cachedHead = h;
+    m_cachedPoint = m_soil.at(h);
     setHeads(std::vector<double>(m_mesh.cells(), h));
 }
 
@@ -31,8 +33,10 @@ void RichardsSolver::setHeads(const std::vector<double>& h)
     if (int(h.size()) != m_mesh.cells())
         throw std::invalid_argument("RichardsSolver: wrong number of heads");
     m_h = h;
+    m_theta.resize(m_mesh.cells());
     for (int i = 0; i < m_mesh.cells(); ++i)
         m_theta[i] = m_soil.theta(m_h[i]);
+    m_lastStep = 0;
 }
 
 void RichardsSolver::setFixedHeads(Side side, const std::vector<double>& heads)
@@ -50,6 +54,12 @@ void RichardsSolver::setSources(const std::vector<double>& sources)
     if (int(sources.size()) != m_mesh.cells())
         throw std::invalid_argument("RichardsSolver: wrong number of sources");
     m_sources = sources;
+}
+
+void RichardsSolver::setDrainage(double k, bool throughTop)
+{
+    m_drainK = k;
+    m_drainTop = throughTop;
 }
 
 void RichardsSolver::setPond(double flow, double minRadius)
@@ -123,11 +133,17 @@ void RichardsSolver::buildPattern()
     m_analysed = false;
 }
 
+SoilModel::Point RichardsSolver::pointAt(double h) const
+{
+    // most of the domain sits untouched at the initial head
+    return h == m_cachedHead ? m_cachedPoint : m_soil.at(h);
+}
+
 void RichardsSolver::evaluate(const std::vector<double>& h, std::vector<SoilModel::Point>& pts) const
 {
     pts.resize(h.size());
     for (size_t i = 0; i < h.size(); ++i)
-        pts[i] = m_soil.at(h[i]);
+        pts[i] = pointAt(h[i]);
 }
 
 double RichardsSolver::storage() const
@@ -142,19 +158,24 @@ double RichardsSolver::storage() const
 bool RichardsSolver::step(double dt)
 {
     const int n = m_mesh.cells();
-    std::vector<double> hm = m_h, hNext(n), thetaNext(n);
-    std::vector<SoilModel::Point> pts;
+    // First iterate: the old heads moved on along the last step's change,
+    // which saves one or two iterations once the flow has settled into a
+    // steady pattern of change.
+    std::vector<double> hm = m_h, hNext(n);
+    if (m_extrapolate && m_lastStep > 0 && int(m_lastChange.size()) == n) {
+        const double w = std::min(dt / m_lastStep, 1.0);
+        for (int i = 0; i < n; ++i)
+            hm[i] += w * m_lastChange[i];
+    }
+    std::vector<SoilModel::Point> pts, ptsNext(n);
+    evaluate(hm, pts);
     bool converged = false;
     double inflowRate = 0;
     int it = 0;
     const int savedPondK = m_pondK;
     const double savedPondRadius = m_pondRadius;
-    std::vector<double> thetaM = m_theta;
+    double history[3] = {0, 0, 0};
     for (it = 1; it <= m_set.maxIterations; ++it) {
-        evaluate(hm, pts);
-        for (int i = 0; i < n; ++i)
-            thetaM[i] = pts[i].theta;
-        // the first iterate is the old state; theta^m must be theta(h^m)
         if (!solveLinear(pts, hm, dt, hNext, inflowRate))
             break;
         bool ok = true, finite = true;
@@ -163,15 +184,25 @@ bool RichardsSolver::step(double dt)
                 finite = false;
                 break;
             }
-            thetaNext[i] = m_soil.theta(hNext[i]);
+            ptsNext[i] = pointAt(hNext[i]);
             const double tolH = m_set.headTolerance + m_set.headRelTolerance * std::fabs(hNext[i]);
             if (std::fabs(hNext[i] - hm[i]) > tolH
-                || std::fabs(thetaNext[i] - thetaM[i]) > m_set.thetaTolerance)
+                || std::fabs(ptsNext[i].theta - pts[i].theta) > m_set.thetaTolerance)
                 ok = false;
         }
         if (!finite)
             break;
+        // Picard can cycle when cells switch between saturated and
+        // unsaturated; a shorter step cures it, so give up early when the
+        // changes stop shrinking instead of spending every iteration.
+        double largest = 0;
+        for (int i = 0; i < n; ++i)
+            largest = std::max(largest, std::fabs(hNext[i] - hm[i]));
+        history[(it - 1) % 3] = largest;
+        if (!ok && it >= 4 && largest > 0.8 * history[(it - 3) % 3])
+            break;
         hm.swap(hNext);
+        pts.swap(ptsNext);
         if (ok) {
             converged = true;
             break;
@@ -180,7 +211,7 @@ bool RichardsSolver::step(double dt)
     double maxChange = 0;
     if (converged)
         for (int i = 0; i < n; ++i)
-            maxChange = std::max(maxChange, std::fabs(thetaNext[i] - m_theta[i]));
+            maxChange = std::max(maxChange, std::fabs(pts[i].theta - m_theta[i]));
     if (!converged || maxChange > m_set.maxThetaChange) {
         m_pondK = savedPondK;
         m_pondRadius = savedPondRadius;
@@ -191,19 +222,30 @@ bool RichardsSolver::step(double dt)
         else
             m_nextStep = dt / 3.0;
         m_nextStep = std::max(m_nextStep, m_set.minStep);
+        // remember where the iteration broke down, so that the step does not
+        // climb straight back to it (which would fail again)
+        m_stepCap = 0.7 * dt;
+        m_lastStep = 0;   // no extrapolation after a failure
         return false;
     }
-    m_h = hm;
-    m_theta = thetaNext;
+    m_lastChange.resize(n);
+    for (int i = 0; i < n; ++i) {
+        m_lastChange[i] = hm[i] - m_h[i];
+        m_theta[i] = pts[i].theta;
+    }
+    m_lastStep = dt;
+    m_h.swap(hm);
     m_time += dt;
     m_inflow += inflowRate * dt;
+    m_drained += m_drainRate * dt;
     m_lastIterations = it;
     ++m_accepted;
     if (it <= m_set.fewIterations)
         m_nextStep = std::max(m_nextStep, dt * m_set.stepIncrease);
     else if (it >= m_set.manyIterations)
         m_nextStep = dt * m_set.stepDecrease;
-    m_nextStep = std::clamp(m_nextStep, m_set.minStep, m_set.maxStep);
+    m_stepCap *= 1.03;
+    m_nextStep = std::clamp(std::min(m_nextStep, m_stepCap), m_set.minStep, m_set.maxStep);
     return true;
 }
 
@@ -277,6 +319,22 @@ bool RichardsSolver::solveLinear(const std::vector<SoilModel::Point>& pts,
     double sourceRate = 0;
     for (double s : m_sources)
         sourceRate += s;
+    // background drainage: the initial uniform head drains downward at the
+    // fixed rate K(h0); the bottom lets that flow out and, for a soil that
+    // continues above the domain, the top lets it in, so that soil the
+    // emitter has not reached stays exactly at its initial state
+    m_drainRate = 0;
+    if (m_drainK > 0) {
+        for (int j = 0; j < nr; ++j) {
+            const double q = m_drainK * m_mesh.ringArea(j);
+            rhs[m_mesh.index(j, nz - 1)] -= q;
+            m_drainRate -= q;
+            if (m_drainTop) {
+                rhs[m_mesh.index(j, 0)] += q;
+                m_drainRate += q;
+            }
+        }
+    }
 
     double pondRate = 0;
     if (m_pond) {
@@ -308,7 +366,7 @@ bool RichardsSolver::solveLinear(const std::vector<SoilModel::Point>& pts,
     double headRate = 0;
     for (const Fixed& f : fixedHeads)
         headRate += f.c * (f.hb - hOut[f.cell]) + f.g;
-    inflowRate = fixedInflow + headRate + sourceRate + pondRate;
+    inflowRate = fixedInflow + headRate + sourceRate + pondRate + m_drainRate;
     return true;
 }
 

@@ -42,6 +42,10 @@ public:
     void setFixedInflows(Side side, const std::vector<double>& inflows);
     // Volumetric sources, m3/s per cell.
     void setSources(const std::vector<double>& sources);
+    // Fixed drainage flux k (m/s) out through the bottom and, if `throughTop`,
+    // in through the top: the unit-gradient flow of a uniform initial state,
+    // kept when the mesh grows.
+    void setDrainage(double k, bool throughTop);
     // Surface emitter on the top: `flow` m3/s through a ponded disc of at least
     // `minRadius`.
     void setPond(double flow, double minRadius);
@@ -65,7 +69,8 @@ public:
     const std::vector<double>& thetas() const { return m_theta; }
     double time() const { return m_time; }
     double storage() const;                // total water in the domain, m3
-    double cumulativeInflow() const { return m_inflow; } // m3 since the start
+    double cumulativeInflow() const { return m_inflow; } // m3 since the start, all boundaries
+    double cumulativeDrainage() const { return m_drained; } // m3 gained by background drainage (<= 0)
     double pondRadius() const { return m_pondRadius; }
     bool pondCoversTop() const { return m_pondCoversTop; }
 
@@ -84,6 +89,7 @@ private:
     };
 
     void buildPattern();
+    SoilModel::Point pointAt(double h) const;
     void evaluate(const std::vector<double>& h, std::vector<SoilModel::Point>& pts) const;
     bool solveLinear(const std::vector<SoilModel::Point>& pts, const std::vector<double>& hm,
                      double dt, std::vector<double>& hOut, double& inflowRate);
@@ -98,6 +104,8 @@ private:
     Boundary m_bc[3];
     double m_pondFlow = 0, m_pondMinRadius = 0;
     bool m_pond = false;
+    double m_drainK = 0, m_drainRate = 0, m_drained = 0;
+    bool m_drainTop = false;
     int m_pondK = 0;               // columns fully under the disc
     double m_pondRadius = 0;
     bool m_pondCoversTop = false;
@@ -113,6 +121,12 @@ private:
     std::vector<double> m_pa, m_pg;
 
     double m_time = 0, m_inflow = 0, m_nextStep = 1;
+    double m_cachedHead = 1e300;
+    SoilModel::Point m_cachedPoint;
+    bool m_extrapolate = true;
+    double m_lastStep = 0;
+    double m_stepCap = 1e300;
+    std::vector<double> m_lastChange;
     int m_lastIterations = 0;
     long m_accepted = 0, m_rejected = 0;
 };

@@ -28,10 +28,11 @@ struct SolverSettings
     // Cells are `finestCell` wide within the source radius, then grow by
     // `growth` per cell up to a largest size chosen from the expected size of
     // the wetted bulb (`cellsAcrossBulb` cells across its estimated radius).
-    // `refinement` divides every cell size (2 = cells half as large).
+    // `refinement` divides every cell size (2 = cells half as large: the
+    // finest and largest sizes halve and the growth factor becomes its root).
     double finestCell = 0.0025;
-    double growth = 1.08;
-    double cellsAcrossBulb = 30.0;
+    double growth = 1.12;
+    double cellsAcrossBulb = 25.0;
     double refinement = 1.0;
     // The domain starts a little larger than the estimated bulb and grows
     // (new cells at the initial state) whenever the water content at its edge
@@ -45,13 +46,13 @@ struct SolverSettings
     double maxStep = 900.0;
     double minStep = 1e-6;
     int maxIterations = 16;
-    int fewIterations = 4;           // grow the step after converging this fast
-    int manyIterations = 8;          // shrink the step after needing this many
+    int fewIterations = 5;           // grow the step after converging this fast
+    int manyIterations = 10;         // shrink the step after needing this many
     double stepIncrease = 1.25;
     double stepDecrease = 0.7;
-    double headTolerance = 1e-3;     // m, plus headRelTolerance x |h|
+    double headTolerance = 1e-2;     // m, plus headRelTolerance x |h|
     double headRelTolerance = 1e-4;
-    double thetaTolerance = 1e-5;
+    double thetaTolerance = 2e-4;
     double maxThetaChange = 0.05;    // largest water-content change per step
 
     // A readable one-line summary, stored with the results.
