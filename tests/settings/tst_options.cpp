@@ -299,7 +299,7 @@ private slots:
         frmGraphOptions d;
         d.Form_Load();
         d.show();
-        QApplication::setActiveWindow(&d);
+        d.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&d));
         auto *status = child<QStatusBar>(&d, "StatusBar1");
         auto *depth = child<QLineEdit>(&d, "txtEDepth");
@@ -322,7 +322,7 @@ private slots:
         frmGraphOptions d;
         d.Form_Load();
         d.show();
-        QApplication::setActiveWindow(&d);
+        d.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&d));
         auto *depth = child<QLineEdit>(&d, "txtEDepth");
         QTest::mouseClick(depth, Qt::LeftButton);
@@ -350,7 +350,7 @@ private slots:
         d.Form_Load();
         const QByteArray before = readFile(iniPath());
         d.show();
-        QApplication::setActiveWindow(&d);
+        d.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&d));
         auto *width = child<QLineEdit>(&d, "txtWidth");
         QTest::mouseClick(width, Qt::LeftButton);
@@ -388,7 +388,7 @@ private slots:
             frmGraphOptions d;
             d.Form_Load();
             d.show();
-            QApplication::setActiveWindow(&d);
+            d.activateWindow();
             QVERIFY(QTest::qWaitForWindowActive(&d));
             QString title, text;
             onNextModal([&](QWidget *w) {
@@ -411,7 +411,7 @@ private slots:
             d.Form_Load();
             QCOMPARE(child<QLineEdit>(&d, "txtEDepth")->text(), QString("5"));
             d.show();
-            QApplication::setActiveWindow(&d);
+            d.activateWindow();
             QVERIFY(QTest::qWaitForWindowActive(&d));
             child<QPushButton>(&d, "cmdOK")->setFocus();
             QString text;
@@ -526,7 +526,7 @@ private slots:
         frmGraphOptions d;
         d.Form_Load();
         d.show();
-        QApplication::setActiveWindow(&d);
+        d.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&d));
         const auto retype = [](QLineEdit *field, const char *text) {
             QTest::mouseClick(field, Qt::LeftButton);
@@ -576,7 +576,7 @@ private slots:
         frmGraphOptions d;
         d.Form_Load();
         d.show();
-        QApplication::setActiveWindow(&d);
+        d.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&d));
         onNextModal([](QWidget *w) {
             auto *dialog = qobject_cast<QColorDialog *>(w);

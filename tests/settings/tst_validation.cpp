@@ -104,7 +104,7 @@ struct Recorder
 void showActive(QWidget &w)
 {
     w.show();
-    QApplication::setActiveWindow(&w);
+    w.activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(&w));
 }
 

@@ -257,7 +257,7 @@ private slots:
         d.intSelectedIndex = 2;
         d.Form_Load();
         d.show();
-        QApplication::setActiveWindow(&d);
+        d.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&d));
         QCOMPARE(QApplication::focusWidget(), d.list());
         QTest::keyClick(d.list(), Qt::Key_Down);
