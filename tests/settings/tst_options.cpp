@@ -305,6 +305,9 @@ private slots:
         auto *depth = child<QLineEdit>(&d, "txtEDepth");
         QTest::mouseClick(depth, Qt::LeftButton);
         QCOMPARE(status->currentMessage(), QString("Select Emitter Depth between 0.1 - 1.5 m"));
+        // Tall enough to read, and inside the dialog.
+        QVERIFY(status->height() >= status->fontMetrics().height());
+        QVERIFY(d.rect().contains(status->geometry()));
         QTest::mouseClick(child<QCheckBox>(&d, "chkBackGround"), Qt::LeftButton);
         QCOMPARE(status->currentMessage(), QString("Check if you want the Graph Background to be colored"));
         QTest::mouseClick(child<PictureBox>(&d, "picColorSelect"), Qt::LeftButton);
@@ -629,6 +632,10 @@ private slots:
             QTest::qWait(20);
             for (int tab = 0; tab < 2; ++tab) {
                 tabs->setCurrentIndex(tab);
+                // A field with the focus, so that the status bar shows its tooltip.
+                d.findChild<QLineEdit *>(tab == 0 ? "txtEDepth" : "txtMaxY")->setFocus();
+                d.findChild<QStatusBar *>("StatusBar1")->showMessage(
+                    d.findChild<QLineEdit *>(tab == 0 ? "txtEDepth" : "txtMaxY")->toolTip());
                 QApplication::processEvents();
                 const QStringList bad = clippedControls(&d);
                 QVERIFY2(bad.isEmpty(), qPrintable(QString("%1x%2 tab %3: %4")
