@@ -399,7 +399,10 @@ void frmGraphOptions::cmdOK_Click()
     single(Width, m_settings.Width);
     m_settings.BackOn = chkBackGround->isChecked() ? 1 : 0;
     m_settings.TimeScale = radLog->isChecked() ? QStringLiteral("LOG") : QStringLiteral("LIN");
-    m_settings.MaxSim = qint16(cmbMaxSim->currentIndex() + 1);
+    // No entry chosen (a number of time steps outside 1 to 6 in the file):
+    // the setting stays as it was.
+    if (cmbMaxSim->currentIndex() >= 0)
+        m_settings.MaxSim = qint16(cmbMaxSim->currentIndex() + 1);
     m_settings.AutoScaleX = chkAutoScaleX->isChecked() ? 1 : 0;
     m_settings.AutoScaleY = ChkAutoScaleY->isChecked() ? 1 : 0;
     single(MaxX, m_settings.MaxX);

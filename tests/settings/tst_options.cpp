@@ -521,6 +521,23 @@ private slots:
         QVERIFY(sectionLines(readFile(iniPath()), "Graph Settings").contains("TimeScale=LIN"));
     }
 
+    void unusableStoredValuesAreKeptAsTheyWere()
+    {
+        // Nine time steps cannot be shown in the list; a negative number of
+        // decimal places cannot be typed into its field. Neither is touched.
+        writeFile(iniPath(), "[Graph Settings]\nWidth=2\nMaxSim=9\nXDecPlaces=-1\n");
+        frmGraphOptions d;
+        d.Form_Load();
+        QCOMPARE(child<QComboBox>(&d, "cmbMaxSim")->currentIndex(), -1);
+        QCOMPARE(child<QLineEdit>(&d, "txtXDecPlaces")->text(), QString());
+        d.cmdOK_Click();
+        QCOMPARE(d.result(), int(QDialog::Accepted));
+        const QStringList lines = sectionLines(readFile(iniPath()), "Graph Settings");
+        QVERIFY(lines.contains("MaxSim=9"));
+        QVERIFY(lines.contains("XDecPlaces=-1"));
+        QVERIFY(lines.contains("Width=2"));
+    }
+
     void acceptWritesTheNineteenKeysInOrder()
     {
         // A file without the section: nothing is written on loading, and
