@@ -151,6 +151,9 @@ private slots:
         frmGraphOptions d;
         d.Form_Load();
         QCOMPARE(d.windowTitle(), QString("Graph Options"));
+        QVERIFY(!d.windowIcon().isNull());
+        QVERIFY(!child<QPushButton>(&d, "cmdBack")->icon().isNull());
+        QVERIFY(!child<QPushButton>(&d, "cmdForward")->icon().isNull());
         auto *tabs = child<QTabBar>(&d, "tabOptions");
         QCOMPARE(tabs->count(), 2);
         QCOMPARE(tabs->tabText(0), QString("General Options"));

@@ -160,6 +160,7 @@ private slots:
         frmSoilDes d;
         d.intSelectedIndex = 1;
         QCOMPARE(d.Form_Load(), QString());
+        QVERIFY(!d.windowIcon().isNull());
         QCOMPARE(d.size(), Twips::sizeToPixels(8000, 5000));
         auto *list = d.list();
         QCOMPARE(list->columnCount(), 4);
