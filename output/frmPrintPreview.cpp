@@ -33,8 +33,6 @@ frmPrintPreview::frmPrintPreview(QWidget *parent) : QDialog(parent)
     cmdPrev = button("cmdPrev", QStringLiteral("Previous"), QStringLiteral("Click to see previous page"));
     cmdNext = button("cmdNext", QStringLiteral("Next"), QStringLiteral("Click to see next page"));
     cmdOK = button("cmdOK", QStringLiteral("Return"), QStringLiteral("Click OK to return to Ulvex"));
-    cmdPrev->setShortcut(QKeySequence(Qt::Key_PageUp));
-    cmdNext->setShortcut(QKeySequence(Qt::Key_PageDown));
 
     imgPrintPreview = new QLabel(this);
     imgPrintPreview->setObjectName(QStringLiteral("imgPrintPreview"));
