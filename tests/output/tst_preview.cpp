@@ -100,6 +100,10 @@ private slots:
         QVERIFY(preview.nextButton()->isEnabled());
         const QImage first = preview.pagePicture()->pixmap().toImage();
         QVERIFY(showsPage(preview.pagePicture()));
+        // A picture of the window for a look when asked for.
+        const QString keep = qEnvironmentVariable("ULVEX_PRINT_SAMPLES");
+        if (!keep.isEmpty() && QDir().mkpath(keep))
+            preview.grab().save(keep + "/preview.png");
 
         QTest::mouseClick(preview.nextButton(), Qt::LeftButton);
         QCOMPARE(preview.pageNumber(), qint16(2));
