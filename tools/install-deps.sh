@@ -8,6 +8,7 @@ packages=(
   qt6-base-dev qt6-base-dev-tools qt6-svg-dev libqt6svg6 libqt6sql6-sqlite qt6-qpa-plugins
   libgl-dev libeigen3-dev libsqlite3-dev sqlite3
   xvfb xauth poppler-utils fonts-dejavu-core
+  cups-daemon cups-client
 )
 
 missing=()
