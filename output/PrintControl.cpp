@@ -14,13 +14,22 @@ PrintControl::PrinterSetup &printerSetup()
 } // namespace
 
 PrintControl::PrintControl(const QString &documentName, QObject *parent)
-    : QObject(parent), m_docName(documentName),
-      m_printer(std::make_unique<QPrinter>(QPrinter::HighResolution))
+    : QObject(parent), m_docName(documentName)
 {
     setObjectName(documentName);
-    m_printer->setDocName(documentName);
-    // Margins every desk printer can reach; the print dialog may change them.
-    m_printer->setPageMargins(QMarginsF(15, 15, 15, 15), QPageLayout::Millimeter);
+}
+
+QPrinter &PrintControl::printer() const
+{
+    // Made on first use: asking CUPS for its printers can take a while on a
+    // network with many of them, and most sessions never print.
+    if (!m_printer) {
+        m_printer = std::make_unique<QPrinter>(QPrinter::HighResolution);
+        m_printer->setDocName(m_docName);
+        // Margins every desk printer can reach; the print dialog may change them.
+        m_printer->setPageMargins(QMarginsF(15, 15, 15, 15), QPageLayout::Millimeter);
+    }
+    return *m_printer;
 }
 
 PrintControl::~PrintControl()
@@ -33,7 +42,8 @@ PrintControl::~PrintControl()
 void PrintControl::setDocName(const QString &name)
 {
     m_docName = name;
-    m_printer->setDocName(name);
+    if (m_printer)
+        m_printer->setDocName(name);
 }
 
 void PrintControl::setPrinterSetup(PrinterSetup setup)
@@ -45,9 +55,9 @@ int PrintControl::PrintDialog(QWidget *parent)
 {
     bool accepted = false;
     if (printerSetup()) {
-        accepted = printerSetup()(*m_printer, parent);
+        accepted = printerSetup()(printer(), parent);
     } else {
-        QPrintDialog dialog(m_printer.get(), parent);
+        QPrintDialog dialog(&printer(), parent);
         dialog.setObjectName(QStringLiteral("PrintDialog"));
         // The whole document is printed: pages are composed in one pass, so a
         // page range is not offered.
@@ -68,19 +78,19 @@ void PrintControl::setError(int code)
 
 QSizeF PrintControl::pageSizePoints() const
 {
-    return m_printer->pageLayout().paintRectPoints().size();
+    return printer().pageLayout().paintRectPoints().size();
 }
 
 double PrintControl::devicePixelsPerPoint() const
 {
     if (m_preview)
         return m_previewDpi / 72.0;
-    return m_printer->resolution() / 72.0;
+    return printer().resolution() / 72.0;
 }
 
 bool PrintControl::beginPreviewPage()
 {
-    const QPageLayout layout = m_printer->pageLayout();
+    const QPageLayout layout = printer().pageLayout();
     const double scale = m_previewDpi / 72.0;
     const QRectF full = layout.fullRectPoints();
     const QRectF paint = layout.paintRectPoints();
@@ -129,13 +139,13 @@ bool PrintControl::StartDoc()
         return true;
     }
     auto painter = std::make_unique<QPainter>();
-    if (!painter->begin(m_printer.get())) {
+    if (!painter->begin(&printer())) {
         setError(ErrStartDoc);
         return false;
     }
     painter->setRenderHint(QPainter::Antialiasing);
     painter->setRenderHint(QPainter::SmoothPixmapTransform);
-    const double scale = m_printer->resolution() / 72.0;
+    const double scale = printer().resolution() / 72.0;
     painter->scale(scale, scale);
     m_painter = std::move(painter);
     return true;
@@ -155,7 +165,7 @@ bool PrintControl::NewPage()
         }
         return true;
     }
-    if (!m_printer->newPage()) {
+    if (!printer().newPage()) {
         setError(ErrNewPage);
         return false;
     }

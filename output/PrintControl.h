@@ -49,7 +49,8 @@ public:
     bool PrintPreview() const { return m_preview; }
     void setPrintPreview(bool on) { m_preview = on; }
 
-    QPrinter &printer() { return *m_printer; }
+    // The printer, made on first use.
+    QPrinter &printer() const;
 
     // Prepares the printer: the print dialog, where the user picks the printer
     // (or a PDF file), the paper and the copies. Returns the status, also kept
@@ -103,7 +104,7 @@ private:
     int m_status = 0;
     int m_error = NoError;
     int m_previewDpi = 110;
-    std::unique_ptr<QPrinter> m_printer;
+    mutable std::unique_ptr<QPrinter> m_printer;
     std::unique_ptr<QPainter> m_painter;
     QList<QImage> m_pages;
 };
