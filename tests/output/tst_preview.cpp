@@ -10,6 +10,7 @@
 #include <QAction>
 #include <QLabel>
 #include <QMessageBox>
+#include <QPainter>
 #include <QPrinter>
 #include <QPushButton>
 #include <QtTest>
@@ -49,6 +50,41 @@ class TestPreview : public QObject
 
 private slots:
     void initTestCase() { ResourceImages::registerFontSubstitutes(); }
+
+    void printControlAlone()
+    {
+        PrintControl control;
+        QCOMPARE(control.DocName(), QString("PrintPRO Document"));
+        // Nothing can be drawn outside a document.
+        QVERIFY(!control.NewPage());
+        QCOMPARE(control.ErrorCode(), int(PrintControl::ErrNoDocument));
+        control.setPrintPreview(true);
+        control.setPreviewResolution(36);
+        QVERIFY(control.StartDoc());
+        QCOMPARE(control.ErrorCode(), 0);
+        QVERIFY(control.painter() && control.painter()->isActive());
+        control.painter()->fillRect(QRectF(0, 0, 72, 72), Qt::black); // one inch
+        QVERIFY(control.NewPage());
+        QVERIFY(control.NewPage());
+        QVERIFY(control.EndDoc());
+        QVERIFY(!control.painter());
+        QCOMPARE(control.PageCount(), 3);
+        QVERIFY(control.PagePicture(0).isNull());
+        QVERIFY(control.PagePicture(4).isNull());
+        // The inch square stands at the printable area's corner of page 1 only.
+        const QImage first = control.PagePicture(1);
+        const QRectF paint = control.printer().pageLayout().paintRectPoints();
+        const QPoint corner(qRound(paint.left() / 2) + 2, qRound(paint.top() / 2) + 2);
+        QCOMPARE(first.pixel(corner), qRgb(0, 0, 0));
+        QCOMPARE(first.pixel(corner + QPoint(36 - 4, 36 - 4)), qRgb(0, 0, 0));
+        QCOMPARE(first.pixel(corner + QPoint(36 + 2, 0)), qRgb(255, 255, 255));
+        QCOMPARE(first.pixel(corner - QPoint(4, 4)), qRgb(255, 255, 255));
+        QCOMPARE(control.PagePicture(2).pixel(corner), qRgb(255, 255, 255));
+        // A new document starts from nothing.
+        QVERIFY(control.StartDoc());
+        QVERIFY(control.EndDoc());
+        QCOMPARE(control.PageCount(), 1);
+    }
 
     void controlsAsDesigned()
     {
