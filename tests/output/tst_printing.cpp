@@ -293,6 +293,9 @@ private slots:
         whenShown<QPrintDialog>([&](QPrintDialog *dialog) {
             seen = true;
             QVERIFY(!dialog->testOption(QAbstractPrintDialog::PrintPageRange));
+            const QString keep = qEnvironmentVariable("ULVEX_PRINT_SAMPLES");
+            if (!keep.isEmpty() && QDir().mkpath(keep))
+                dialog->grab().save(keep + "/print-dialog.png");
             dialog->accept();
         }, &missed);
         app.frame->menuItem("mnuPrint")->trigger();
