@@ -1,0 +1,190 @@
+// The pieces of the flow solver: soil functions, mesh, front measurement.
+#include "builder/AxisymmetricMesh.h"
+#include "builder/FrontTracker.h"
+#include "builder/GardnerSoil.h"
+#include "builder/VanGenuchten.h"
+#include "builder/WettingSimulation.h"
+#include "tests/builder/SolverTestSoils.h"
+
+#include <QtTest>
+
+#include <cmath>
+
+using namespace builder;
+
+class TestSolverParts : public QObject
+{
+    Q_OBJECT
+private slots:
+    void vanGenuchtenClassic();
+    void vanGenuchtenAirEntry();
+    void capacityIsDerivativeOfWaterContent();
+    void gardner();
+    void airEntryOnlyForSmallN();
+    void gradedMesh();
+    void frontOfKnownField();
+    void frontMovesSmoothly();
+};
+
+void TestSolverParts::vanGenuchtenClassic()
+{
+    VanGenuchten vg(0.078, 0.43, 3.6, 1.56, 2.9e-6);
+    QCOMPARE(vg.at(0.0).theta, 0.43);
+    QCOMPARE(vg.at(0.0).k, 2.9e-6);
+    // theta(h) from the retention curve by hand at h = -1 m
+    const double m = 1 - 1 / 1.56;
+    const double se = std::pow(1 + std::pow(3.6, 1.56), -m);
+    QVERIFY(std::fabs(vg.at(-1.0).theta - (0.078 + 0.352 * se)) < 1e-12);
+    // Mualem with l = 0.5
+    const double kr = std::sqrt(se) * std::pow(1 - std::pow(1 - std::pow(se, 1 / m), m), 2);
+    QVERIFY(std::fabs(vg.at(-1.0).k / (2.9e-6 * kr) - 1) < 1e-9);
+    // monotone: drier means less water and lower conductivity
+    double lastTheta = 1, lastK = 1;
+    for (double h = -0.001; h > -100; h *= 1.5) {
+        const auto p = vg.at(h);
+        QVERIFY(p.theta < lastTheta && p.k < lastK && p.capacity > 0);
+        lastTheta = p.theta;
+        lastK = p.k;
+    }
+}
+
+void TestSolverParts::vanGenuchtenAirEntry()
+{
+    const double hs = -0.02;
+    VanGenuchten vg(0.068, 0.38, 0.8, 1.09, 4.8 / 100 / 86400, 0.5, hs);
+    // saturated from h_s up, continuous at h_s
+    QCOMPARE(vg.at(-0.01).theta, 0.38);
+    QCOMPARE(vg.at(-0.01).k, vg.ks());
+    QCOMPARE(vg.at(-0.01).capacity, 0.0);
+    QVERIFY(std::fabs(vg.at(hs - 1e-9).theta - 0.38) < 1e-8);
+    QVERIFY(std::fabs(vg.at(hs - 1e-9).k / vg.ks() - 1) < 1e-5);
+    // the unmodified Mualem curve of this clay loses most of its conductivity
+    // within the first 2 cm of suction; the modified one keeps it
+    VanGenuchten classic(0.068, 0.38, 0.8, 1.09, 4.8 / 100 / 86400);
+    QVERIFY(classic.at(-0.02).k < 0.2 * classic.ks());
+    QVERIFY(vg.at(-0.021).k > 0.95 * vg.ks());
+}
+
+void TestSolverParts::capacityIsDerivativeOfWaterContent()
+{
+    VanGenuchten a(0.045, 0.43, 14.5, 2.68, 712.8 / 100 / 86400);
+    VanGenuchten b(0.07, 0.36, 0.5, 1.09, 0.48 / 100 / 86400, 0.5, -0.02);
+    GardnerSoil g(0.05, 0.45, 2.0, 1e-5);
+    const SoilModel* soils[] = {&a, &b, &g};
+    for (const SoilModel* s : soils)
+        for (double h : {-0.05, -0.3, -1.0, -3.0, -10.0}) {
+            const double d = 1e-6 * std::fabs(h);
+            const double numeric = (s->theta(h + d) - s->theta(h - d)) / (2 * d);
+            QVERIFY2(std::fabs(s->at(h).capacity - numeric) <= 1e-5 * numeric + 1e-12,
+                     qPrintable(QString("h = %1").arg(h)));
+        }
+}
+
+void TestSolverParts::gardner()
+{
+    GardnerSoil g(0.05, 0.45, 2.0, 1e-5);
+    QCOMPARE(g.at(0.0).k, 1e-5);
+    QVERIFY(std::fabs(g.at(-1.0).k - 1e-5 * std::exp(-2.0)) < 1e-18);
+    QVERIFY(std::fabs(g.at(-1.0).theta - (0.05 + 0.4 * std::exp(-2.0))) < 1e-15);
+}
+
+void TestSolverParts::airEntryOnlyForSmallN()
+{
+    SolverSettings s;
+    int modified = 0;
+    for (int i = 1; i <= 12; ++i)
+        if (WettingSimulation::usesAirEntry(solvertest::soil(i), s))
+            ++modified;
+    // every class from Loam on; Sand, Loamy Sand and Sandy Loam (n >= 1.89) keep
+    // the classic curves
+    QCOMPARE(modified, 9);
+    QVERIFY(!WettingSimulation::usesAirEntry(solvertest::soil(3), s));
+    QVERIFY(WettingSimulation::usesAirEntry(solvertest::soil(4), s));
+    QVERIFY(WettingSimulation::usesAirEntry(solvertest::soil(12), s));
+}
+
+void TestSolverParts::gradedMesh()
+{
+    auto f = AxisymmetricMesh::gradedFaces(0.0, 1.0, 1.0, 0.0025, 0.01, 1.1, 0.05);
+    QCOMPARE(f.front(), 0.0);
+    QVERIFY(f.back() >= 1.0);
+    QVERIFY(std::fabs(f[4] - 0.01) < 1e-15);  // a face exactly at the source radius
+    for (size_t i = 1; i + 1 < f.size(); ++i) {
+        const double a = f[i] - f[i - 1], b = f[i + 1] - f[i];
+        QVERIFY(b >= a * (1 - 1e-12) && b <= std::max(a * 1.1, 0.05) * (1 + 1e-12));
+    }
+    auto up = AxisymmetricMesh::gradedFaces(0.0, -1.0, 0.5, 0.0025, 0.01, 1.1, 0.05);
+    QVERIFY(up.back() <= -0.5);
+    AxisymmetricMesh mesh(f, {0.0, 0.1, 0.3});
+    double vol = 0;
+    for (int iz = 0; iz < mesh.rows(); ++iz)
+        for (int ir = 0; ir < mesh.columns(); ++ir)
+            vol += mesh.volume(ir, iz);
+    QVERIFY(std::fabs(vol - M_PI * f.back() * f.back() * 0.3) < 1e-12);
+    auto g = f;
+    AxisymmetricMesh::extendFaces(g, 0.5, 1.1, 0.05);
+    QVERIFY(g.back() >= f.back() + 0.5 && g.size() > f.size());
+}
+
+namespace {
+// water content falling linearly from 0.4 at the emitter to 0.1 at distance R0
+std::vector<double> cone(const AxisymmetricMesh& m, double r0, double zScale)
+{
+    std::vector<double> th(m.cells());
+    for (int iz = 0; iz < m.rows(); ++iz)
+        for (int ir = 0; ir < m.columns(); ++ir) {
+            const double rho = std::hypot(m.rCentre(ir), m.zCentre(iz) / zScale);
+            th[m.index(ir, iz)] = 0.1 + 0.3 * std::max(0.0, 1 - rho / r0);
+        }
+    return th;
+}
+}
+
+void TestSolverParts::frontOfKnownField()
+{
+    std::vector<double> rf, zf;
+    for (int i = 0; i <= 100; ++i)
+        rf.push_back(0.01 * i);
+    for (int i = -100; i <= 100; ++i)
+        zf.push_back(0.01 * i);
+    AxisymmetricMesh mesh(rf, zf);
+    // threshold 0.25 is reached at rho = R0/2; the field is stretched twice
+    // as far in z, so the outline reaches 0.2 m sideways and 0.4 m up and down
+    const auto e = FrontTracker::measure(mesh, cone(mesh, 0.4, 2.0), 0.25, 0.0);
+    QVERIFY(e.wet);
+    QVERIFY(std::fabs(e.radius - 0.2) < 0.005);
+    QVERIFY(std::fabs(e.down - 0.4) < 0.005);
+    QVERIFY(std::fabs(e.up - 0.4) < 0.005);
+    QVERIFY(!e.touchesOuter && !e.touchesBottom && !e.touchesTop);
+    // a front beyond the domain is flagged
+    const auto big = FrontTracker::measure(mesh, cone(mesh, 3.0, 1.0), 0.25, 0.0);
+    QVERIFY(big.touchesOuter && big.touchesBottom && big.touchesTop);
+    // nothing wet
+    const auto dry = FrontTracker::measure(mesh, cone(mesh, 0.4, 1.0), 0.5, 0.0);
+    QVERIFY(!dry.wet);
+    QCOMPARE(dry.radius, 0.0);
+}
+
+void TestSolverParts::frontMovesSmoothly()
+{
+    // coarse cells (5 cm): a front moving 1 mm at a time must move about 1 mm
+    // at a time, not in 5 cm jumps
+    std::vector<double> rf, zf;
+    for (int i = 0; i <= 40; ++i)
+        rf.push_back(0.05 * i);
+    for (int i = 0; i <= 40; ++i)
+        zf.push_back(0.05 * i);
+    AxisymmetricMesh mesh(rf, zf);
+    double last = -1;
+    for (double r0 = 0.6; r0 < 0.9; r0 += 0.002) {
+        const auto e = FrontTracker::measure(mesh, cone(mesh, r0, 1.0), 0.25, 0.0);
+        if (last >= 0) {
+            const double step = e.radius - last;
+            QVERIFY2(step > 0 && step < 0.01, qPrintable(QString("jump of %1 m").arg(step)));
+        }
+        last = e.radius;
+    }
+}
+
+QTEST_GUILESS_MAIN(TestSolverParts)
+#include "tst_solver_parts.moc"
