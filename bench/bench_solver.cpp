@@ -1,0 +1,84 @@
+// Times the flow solver on a representative subset of the sweep: every soil
+// once, flows, initial heads and emitter positions taken in turn, 24 hours
+// each. Prints the seconds per case, the median and the 95th percentile, and
+// an estimate of the full 360-case sweep on the cores of this machine.
+//
+//   bench_solver                 the subset
+//   bench_solver --convergence   also runs six cases with every cell size
+//                                halved and prints how much r and z change
+//                                (slow: several minutes)
+#include "builder/WettingSimulation.h"
+#include "tests/builder/SolverTestSoils.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <thread>
+#include <vector>
+
+using namespace builder;
+
+int main(int argc, char** argv)
+{
+    const bool convergence = argc > 1 && std::strcmp(argv[1], "--convergence") == 0;
+    const double flows[5] = {0.5, 1, 2, 4, 8};
+    const double heads[3] = {-3, -6, -10};
+    std::vector<double> seconds;
+    double worstBalance = 0;
+    std::printf("%-16s %5s %6s %-8s %8s %8s %8s %9s %7s %8s\n", "soil", "L/h", "h0 m", "emitter",
+                "r m", "z m", "zminus m", "mass bal", "steps", "seconds");
+    for (int soil = 1; soil <= 12; ++soil) {
+        const double flow = flows[(soil * 2) % 5];
+        const double head = heads[soil % 3];
+        const Emitter e = soil % 2 ? Emitter::Surface : Emitter::Buried;
+        const CaseResult r = runCase(solvertest::makeCase(soil, flow, head, e));
+        const FrontRow& f = r.fronts.empty() ? FrontRow() : r.fronts.back();
+        std::printf("%-16s %5.1f %6.0f %-8s %8.3f %8.3f %8.3f %9.1e %7ld %8.2f %s\n",
+                    solvertest::soil(soil).name.c_str(), flow, head,
+                    e == Emitter::Surface ? "surface" : "buried", f.r, f.down, f.up,
+                    r.massBalanceError, r.timeSteps, r.wallSeconds, r.message.c_str());
+        std::fflush(stdout);
+        seconds.push_back(r.wallSeconds);
+        worstBalance = std::max(worstBalance, r.massBalanceError);
+    }
+    std::vector<double> sorted = seconds;
+    std::sort(sorted.begin(), sorted.end());
+    double total = 0;
+    for (double s : seconds)
+        total += s;
+    const double median = 0.5 * (sorted[5] + sorted[6]);
+    const double p95 = sorted[size_t(std::ceil(0.95 * sorted.size())) - 1];
+    const unsigned cores = std::max(1u, std::thread::hardware_concurrency());
+    std::printf("\nper case: median %.2f s, p95 %.2f s, cheapest %.2f s, dearest %.2f s, mean %.2f s\n",
+                median, p95, sorted.front(), sorted.back(), total / seconds.size());
+    std::printf("largest mass-balance error %.1e\n", worstBalance);
+    std::printf("estimated full sweep (360 cases) on %u cores: %.1f min\n", cores,
+                360 * total / seconds.size() / cores / 60.0);
+
+    if (!convergence)
+        return 0;
+    std::printf("\nmesh convergence (24 h, every cell size halved): largest change of r and z over all hours\n");
+    struct Case { int soil; double flow, head; Emitter e; };
+    const Case cases[] = {{1, 8, -10, Emitter::Surface}, {1, 0.5, -3, Emitter::Buried},
+                          {4, 0.5, -10, Emitter::Surface}, {4, 8, -3, Emitter::Buried},
+                          {12, 8, -3, Emitter::Surface}, {12, 0.5, -10, Emitter::Buried}};
+    for (const Case& c : cases) {
+        const CaseSpec spec = solvertest::makeCase(c.soil, c.flow, c.head, c.e);
+        SolverSettings fine;
+        fine.refinement = 2;
+        const CaseResult a = runCase(spec), b = runCase(spec, fine);
+        double dr = 0, dz = 0;
+        for (size_t i = 0; i < a.fronts.size() && i < b.fronts.size(); ++i) {
+            dr = std::max(dr, std::fabs(a.fronts[i].r / b.fronts[i].r - 1));
+            dz = std::max(dz, std::fabs(a.fronts[i].down / b.fronts[i].down - 1));
+        }
+        std::printf("%-6s %4.1f L/h %4.0f m %-8s r %.4f -> %.4f  z %.4f -> %.4f  largest change r %.2f %% z %.2f %%  (%.1f s, %.1f s)\n",
+                    spec.soil.name.c_str(), c.flow, c.head,
+                    c.e == Emitter::Surface ? "surface" : "buried", a.fronts.back().r,
+                    b.fronts.back().r, a.fronts.back().down, b.fronts.back().down, 100 * dr,
+                    100 * dz, a.wallSeconds, b.wallSeconds);
+        std::fflush(stdout);
+    }
+    return 0;
+}
