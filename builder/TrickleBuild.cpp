@@ -346,7 +346,8 @@ TrickleBuildSummary TrickleBuild::run()
             const double elapsed = double(clock.nsecsElapsed()) * 1e-9;
             const double left = elapsed / finished * double(cases.size() - size_t(finished));
             if (!out.error.isEmpty()) {
-                stop = true;
+                if (!opt.keepGoing)
+                    stop = true;
                 m_log(QStringLiteral("[%1/%2] %3: FAILED after %4 s: %5")
                           .arg(finished, 3).arg(cases.size()).arg(nameOf(c)).arg(out.seconds, 0, 'f', 1).arg(out.error));
             } else {
@@ -371,10 +372,22 @@ TrickleBuildSummary TrickleBuild::run()
             t.join();
     }
 
+    // The first failed case in the sweep's order is named with its reason; with
+    // --keep-going the others follow by name.
+    QStringList failed;
+    QString firstFailure;
     for (size_t i = 0; i < cases.size(); ++i) {
-        if (outcomes[i].done && !outcomes[i].error.isEmpty())
-            throw UlvexError(TrickleBuildErrors::CaseFailed,
-                             QStringLiteral("case %1: %2; no database written").arg(nameOf(cases[i]), outcomes[i].error));
+        if (outcomes[i].done && !outcomes[i].error.isEmpty()) {
+            if (failed.isEmpty())
+                firstFailure = QStringLiteral("case %1: %2").arg(nameOf(cases[i]), outcomes[i].error);
+            failed << nameOf(cases[i]);
+        }
+    }
+    if (!failed.isEmpty()) {
+        QString text = firstFailure;
+        if (failed.size() > 1)
+            text += QStringLiteral("; %1 cases failed in all: %2").arg(failed.size()).arg(failed.join(QStringLiteral("; ")));
+        throw UlvexError(TrickleBuildErrors::CaseFailed, text + QStringLiteral("; no database written"));
     }
 
     TrickleBuildSummary sum;

@@ -23,6 +23,7 @@ struct TrickleBuildOptions
     double frontThreshold = 0.1;  // fraction of (theta_s - initial theta)
     std::vector<TrickleBuildCase> only; // empty: the whole sweep
     bool force = false;           // replace an existing output file
+    bool keepGoing = false;       // after a failed case, run the others and list every failure
     QString buildDate;            // recorded in BuildInfo as given
     QString solverSettings;       // description of the solver's settings, recorded in BuildInfo
     int hours = 24;

@@ -49,10 +49,12 @@ int main(int argc, char *argv[])
                                      QStringLiteral("Build only this case (may be repeated): SoilTypeNo, FlowRateNo 1-5, "
                                                     "initial suction 3, 6 or 10 m, surface or buried; e.g. 4,5,10,buried."),
                                      QStringLiteral("SOIL,FLOW,IC,EMITTER"));
+    const QCommandLineOption keepGoingOpt(QStringLiteral("keep-going"),
+                                          QStringLiteral("After a failed case, run the others and list every failure (no database is written)."));
     const QCommandLineOption forceOpt(QStringLiteral("force"), QStringLiteral("Replace the output file if it exists."));
     const QCommandLineOption dateOpt(QStringLiteral("build-date"), QStringLiteral("Build date to record (for reproducible files)."),
                                      QStringLiteral("text"));
-    parser.addOptions({soilsOpt, outOpt, threadsOpt, thresholdOpt, onlyOpt, forceOpt, dateOpt});
+    parser.addOptions({soilsOpt, outOpt, threadsOpt, thresholdOpt, onlyOpt, keepGoingOpt, forceOpt, dateOpt});
     parser.process(app);
 
     if (!parser.positionalArguments().isEmpty()) {
@@ -69,6 +71,7 @@ int main(int argc, char *argv[])
         options.soilsPath = parser.value(soilsOpt);
         options.outPath = parser.value(outOpt);
         options.force = parser.isSet(forceOpt);
+        options.keepGoing = parser.isSet(keepGoingOpt);
         options.buildDate = parser.value(dateOpt);
         if (parser.isSet(threadsOpt)) {
             bool ok = false;

@@ -330,6 +330,46 @@ private slots:
         QCOMPARE(QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), QStringList());
     }
 
+    void keepGoingListsEveryFailure()
+    {
+        QTemporaryDir dir;
+        TrickleBuildOptions o = optionsFor(dir.filePath(QStringLiteral("trickle.db")));
+        o.keepGoing = true;
+        o.threads = 1;
+        o.only = {TrickleBuild::parseCase(QStringLiteral("1,1,3,surface")), TrickleBuild::parseCase(QStringLiteral("3,2,3,buried")),
+                  TrickleBuild::parseCase(QStringLiteral("5,1,10,surface")), TrickleBuild::parseCase(QStringLiteral("6,1,10,surface"))};
+        std::atomic<int> calls{0};
+        try {
+            build(o, [&](const CaseSpec &s) {
+                ++calls;
+                CaseResult r = fakeRun(s);
+                r.reachedBoundary = s.soil.number == 3 || s.soil.number == 6;
+                return r;
+            });
+            QFAIL("failed cases gave a database");
+        } catch (const UlvexError &e) {
+            QVERIFY2(e.description().startsWith(QStringLiteral("case soil 3 (Sandy Loam), 1 L/h, -3 m, buried: a front reached")),
+                     qPrintable(e.description()));
+            QVERIFY2(e.description().contains(QStringLiteral("2 cases failed in all: soil 3 (Sandy Loam), 1 L/h, -3 m, buried; "
+                                                             "soil 6 (Silt Loam), 0.5 L/h, -10 m, surface")),
+                     qPrintable(e.description()));
+        }
+        QCOMPARE(calls.load(), 4); // every case ran
+        QCOMPARE(QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), QStringList());
+
+        // Without it, the build stops at the first failure: on one thread the
+        // cases after it are never started.
+        o.keepGoing = false;
+        calls = 0;
+        QVERIFY_THROWS_EXCEPTION(UlvexError, build(o, [&](const CaseSpec &s) {
+            ++calls;
+            CaseResult r = fakeRun(s);
+            r.reachedBoundary = s.soil.number == 3 || s.soil.number == 6;
+            return r;
+        }));
+        QVERIFY(calls.load() < 4);
+    }
+
     void outputIsDeterministic()
     {
         // Two builds, one on one thread and one on four with cases finishing out of
