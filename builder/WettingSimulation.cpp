@@ -184,6 +184,8 @@ CaseResult WettingSimulation::run()
                 result.message = "the solver did not converge at t = "
                                  + std::to_string(solver.time()) + " s for " + caseName(m_spec);
                 result.timeSteps = solver.acceptedSteps();
+                result.wallSeconds = std::chrono::duration<double>(
+                                         std::chrono::steady_clock::now() - started).count();
                 return result;
             }
         }
