@@ -14,7 +14,8 @@ std::string SolverSettings::describe() const
       << " m; growth=" << growth << "; cells across bulb=" << cellsAcrossBulb * refinement
       << "; grow trigger=" << growTrigger << "; max step=" << maxStep
       << " s; max theta change/step=" << maxThetaChange << "; head tol=" << headTolerance
-      << " m+" << headRelTolerance << "|h|; theta tol=" << thetaTolerance;
+      << " m+" << headRelTolerance << "|h|; theta tol=" << thetaTolerance
+      << "; storage tol=" << storageTolerance;
     return o.str();
 }
 
