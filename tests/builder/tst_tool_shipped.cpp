@@ -112,7 +112,8 @@ private slots:
                                                          .arg(row[3].toString()).arg(e)));
             seen = std::max(seen, e);
         }
-        QVERIFY(std::abs(seen - largest) <= 1e-6 * seen);
+        // BuildInfo keeps six significant digits.
+        QVERIFY(std::abs(seen - largest) <= 1e-5 * seen);
     }
 
     void frontsGrowWithTime()
@@ -136,8 +137,11 @@ private slots:
 
     void frontsGrowWithFlow()
     {
-        // More water makes a larger bulb: at the same time, the wetted extent
-        // (radius and depth) does not shrink with a larger flow and grows overall.
+        // More water makes a larger bulb: at the same time, neither the radius nor
+        // the depth shrinks with a larger flow, and the bulb grows overall. Under a
+        // ponded disc the depth hardly depends on the flow, so a change smaller
+        // than the solver's accuracy (1 mm, or 0.5 % where that is more) is
+        // accepted there.
         ToolDb db(kShipped);
         for (const char *t : kFrontTables) {
             const Fronts f = readFronts(db, QString::fromLatin1(t));
@@ -146,10 +150,10 @@ private slots:
                     for (int q = 2; q <= 5; ++q) {
                         const Front &a = f.at({s, q - 1, h}), &b = f.at({s, q, h});
                         const QString where = QStringLiteral("%1 soil %2 flow %3 hour %4").arg(QString::fromLatin1(t)).arg(s).arg(q).arg(h);
-                        QVERIFY2(b.r >= a.r && b.down >= a.down, qPrintable(where));
+                        QVERIFY2(b.r >= a.r - std::max(0.001, 0.005 * a.r), qPrintable(where));
+                        QVERIFY2(b.down >= a.down - std::max(0.001, 0.005 * a.down), qPrintable(where));
+                        QVERIFY2(b.r + b.down > a.r + a.down, qPrintable(where));
                     }
-                    const Front &small = f.at({s, 1, h}), &large = f.at({s, 5, h});
-                    QVERIFY(large.r + large.down > small.r + small.down);
                 }
             }
         }
@@ -157,33 +161,60 @@ private slots:
 
     void wetterSoilWetsFurther()
     {
+        // A wetter start needs less water to raise the water content, so the front
+        // goes further. Where the two starts hold nearly the same water (sand at
+        // -3, -6 and -10 m lies close to its residual content), the fronts must
+        // agree to 0.1 mm instead.
         ToolDb db(kShipped);
+        std::map<int, std::vector<double>> soil; // theta_r, theta_s, alpha, n
+        for (const auto &row : db.rows(QStringLiteral("SELECT SoilTypeNo, \"theta_r (m3/m3)\", \"theta_s (m3/m3)\", \"alpha (1/m)\", \"n (-)\" FROM SoilTypeData")))
+            soil[row[0].toInt()] = {row[1].toDouble(), row[2].toDouble(), row[3].toDouble(), row[4].toDouble()};
+        QCOMPARE(int(soil.size()), 12);
+        auto theta = [&](int s, double h) {
+            const auto &p = soil.at(s);
+            return p[0] + (p[1] - p[0]) * std::pow(1.0 + std::pow(p[2] * std::abs(h), p[3]), -(1.0 - 1.0 / p[3]));
+        };
+        int strict = 0;
         for (const QString &family : {QStringLiteral("SurfaceData"), QStringLiteral("BuriedData")}) {
             const Fronts wet = readFronts(db, family + QStringLiteral("-c3"));
             const Fronts moist = readFronts(db, family + QStringLiteral("-c6"));
             const Fronts dry = readFronts(db, family + QStringLiteral("-c"));
             for (const auto &kv : dry) {
-                const Front &d = kv.second, &m = moist.at(kv.first), &w = wet.at(kv.first);
-                const QString where = QStringLiteral("%1 soil %2 flow %3 hour %4").arg(family).arg(std::get<0>(kv.first))
+                const int s = std::get<0>(kv.first);
+                const double ext[3] = {wet.at(kv.first).r + wet.at(kv.first).down, moist.at(kv.first).r + moist.at(kv.first).down,
+                                       kv.second.r + kv.second.down};
+                const double th[3] = {theta(s, -3.0), theta(s, -6.0), theta(s, -10.0)};
+                const QString where = QStringLiteral("%1 soil %2 flow %3 hour %4").arg(family).arg(s)
                                           .arg(std::get<1>(kv.first)).arg(std::get<2>(kv.first));
-                QVERIFY2(w.r + w.down > m.r + m.down && m.r + m.down > d.r + d.down, qPrintable(where));
+                for (int k = 0; k < 2; ++k) {
+                    if (th[k] - th[k + 1] > 0.01) {
+                        QVERIFY2(ext[k] > ext[k + 1], qPrintable(where));
+                        ++strict;
+                    } else {
+                        QVERIFY2(ext[k] > ext[k + 1] - 1e-4, qPrintable(where));
+                    }
+                }
             }
         }
+        QVERIFY(strict > 1000); // most pairs differ clearly in water content
     }
 
-    void sandWetsDeeperAndNarrowerThanClay()
+    void sandWetsNarrowerAndDeeperInShapeThanClay()
     {
-        // Same water volume (flow and time): the sand bulb is deeper than wide
-        // relative to the clay bulb, where capillarity spreads water sideways.
+        // Same water volume (flow and time): gravity pulls the sand bulb down, while
+        // capillarity spreads water sideways in clay. The sand bulb is narrower and
+        // deeper relative to its width. (Its absolute depth is not always greater:
+        // clay at -3 to -10 m holds so much water that it needs far less to wet,
+        // e.g. only 0.055 of its pore space is free at -10 m against 0.385 in sand.)
         ToolDb db(kShipped);
         for (const char *t : kFrontTables) {
             const Fronts f = readFronts(db, QString::fromLatin1(t));
             for (int q = 1; q <= 5; ++q) {
-                for (int h : {6, 12, 24}) {
+                for (int h = 1; h <= 24; ++h) {
                     const Front &sand = f.at({1, q, h}), &clay = f.at({12, q, h});
                     const QString where = QStringLiteral("%1 flow %2 hour %3").arg(QString::fromLatin1(t)).arg(q).arg(h);
+                    QVERIFY2(sand.r < clay.r, qPrintable(where));
                     QVERIFY2(sand.down / sand.r > clay.down / clay.r, qPrintable(where));
-                    QVERIFY2(sand.down > clay.down, qPrintable(where));
                 }
             }
         }
