@@ -64,17 +64,17 @@ int main(int argc, char** argv)
                           {4, 0.5, -10, Emitter::Surface}, {4, 8, -3, Emitter::Buried},
                           {12, 8, -3, Emitter::Surface}, {12, 0.5, -10, Emitter::Buried}};
     for (const Case& c : cases) {
-        const CaseSpec spec = solvertest::makeCase(c.soil, c.flow, c.head, c.e);
+        const CaseSpec caseSpec = solvertest::makeCase(c.soil, c.flow, c.head, c.e);
         SolverSettings fine;
         fine.refinement = 2;
-        const CaseResult a = runCase(spec), b = runCase(spec, fine);
+        const CaseResult a = runCase(caseSpec), b = runCase(caseSpec, fine);
         double dr = 0, dz = 0;
         for (size_t i = 0; i < a.fronts.size() && i < b.fronts.size(); ++i) {
             dr = std::max(dr, std::fabs(a.fronts[i].r / b.fronts[i].r - 1));
             dz = std::max(dz, std::fabs(a.fronts[i].down / b.fronts[i].down - 1));
         }
         std::printf("%-6s %4.1f L/h %4.0f m %-8s r %.4f -> %.4f  z %.4f -> %.4f  largest change r %.2f %% z %.2f %%  (%.1f s, %.1f s)\n",
-                    spec.soil.name.c_str(), c.flow, c.head,
+                    caseSpec.soil.name.c_str(), c.flow, c.head,
                     c.e == Emitter::Surface ? "surface" : "buried", a.fronts.back().r,
                     b.fronts.back().r, a.fronts.back().down, b.fronts.back().down, 100 * dr,
                     100 * dz, a.wallSeconds, b.wallSeconds);

@@ -305,19 +305,19 @@ TrickleBuildSummary TrickleBuild::run()
                 return;
             const size_t i = startOrder[n];
             const TrickleBuildCase &c = cases[i];
-            CaseSpec spec;
-            spec.soil = *catalogue.find(c.soil);
-            spec.flowLitresPerHour = flowRates()[size_t(c.flowRateNo - 1)];
-            spec.initialHead = c.initialHead;
-            spec.emitter = c.emitter;
-            spec.hours = opt.hours;
-            spec.frontThreshold = opt.frontThreshold;
+            CaseSpec caseSpec;
+            caseSpec.soil = *catalogue.find(c.soil);
+            caseSpec.flowLitresPerHour = flowRates()[size_t(c.flowRateNo - 1)];
+            caseSpec.initialHead = c.initialHead;
+            caseSpec.emitter = c.emitter;
+            caseSpec.hours = opt.hours;
+            caseSpec.frontThreshold = opt.frontThreshold;
 
             Outcome out;
             QElapsedTimer caseClock;
             caseClock.start();
             try {
-                out.result = m_runner(spec);
+                out.result = m_runner(caseSpec);
             } catch (const std::exception &e) {
                 out.error = QStringLiteral("the solver failed: %1").arg(QString::fromLocal8Bit(e.what()));
             } catch (...) {

@@ -12,13 +12,13 @@
 
 namespace builder {
 
-CaseResult runCase(const CaseSpec& spec, const SolverSettings& settings)
+CaseResult runCase(const CaseSpec& caseSpec, const SolverSettings& settings)
 {
-    return WettingSimulation(spec, settings).run();
+    return WettingSimulation(caseSpec, settings).run();
 }
 
-WettingSimulation::WettingSimulation(const CaseSpec& spec, const SolverSettings& settings)
-    : m_spec(spec), m_set(settings)
+WettingSimulation::WettingSimulation(const CaseSpec& caseSpec, const SolverSettings& settings)
+    : m_spec(caseSpec), m_set(settings)
 {
 }
 

@@ -13,7 +13,7 @@ namespace builder {
 // reports the wetting front at every whole hour. Deterministic: the same case
 // and settings give the same numbers bit for bit, on any thread.
 // Safe to call from several threads at once (no shared state).
-CaseResult runCase(const CaseSpec& spec, const SolverSettings& settings = SolverSettings());
+CaseResult runCase(const CaseSpec& caseSpec, const SolverSettings& settings = SolverSettings());
 
 // The simulation behind runCase: chooses the mesh and domain for the case,
 // drives the solver hour by hour, grows the domain when the wetting reaches
@@ -21,7 +21,7 @@ CaseResult runCase(const CaseSpec& spec, const SolverSettings& settings = Solver
 class WettingSimulation
 {
 public:
-    WettingSimulation(const CaseSpec& spec, const SolverSettings& settings);
+    WettingSimulation(const CaseSpec& caseSpec, const SolverSettings& settings);
 
     CaseResult run();
 

@@ -93,7 +93,7 @@ int main(int argc, char *argv[])
         const builder::SolverSettings settings;
         options.solverSettings = QString::fromStdString(settings.describe());
 
-        TrickleBuild build(options, [settings](const builder::CaseSpec &spec) { return builder::runCase(spec, settings); });
+        TrickleBuild build(options, [settings](const builder::CaseSpec &caseSpec) { return builder::runCase(caseSpec, settings); });
         TrickleBuild::installInterruptCleanup();
         build.run();
     } catch (const UlvexError &e) {
