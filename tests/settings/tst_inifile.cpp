@@ -1,28 +1,10 @@
 #include "settings/IniFile.h"
+#include "tests/common/TestFiles.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QtTest>
-
-namespace {
-
-QByteArray readAll(const QString &path)
-{
-    QFile f(path);
-    if (!f.open(QIODevice::ReadOnly))
-        return QByteArray("<unreadable>");
-    return f.readAll();
-}
-
-void writeAll(const QString &path, const QByteArray &bytes)
-{
-    QFile f(path);
-    QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    QCOMPARE(f.write(bytes), qint64(bytes.size()));
-}
-
-} // namespace
 
 class TestIniFile : public QObject
 {
@@ -229,7 +211,7 @@ private slots:
                                   "\n"
                                   "[Other]\n"
                                   "MaxX=9\n";
-        writeAll(m_path, before);
+        QVERIFY(writeAll(m_path, before));
         IniFile ini(m_path);
         QVERIFY(ini.writeString("Graph Settings", "MAXX", "1.25"));
         // The key keeps the spelling it has in the file; only its line changes.
@@ -241,7 +223,7 @@ private slots:
 
     void writeInPlaceChangesOnlyFirstDuplicate()
     {
-        writeAll(m_path, "[S]\nk=1\nk=2\n");
+        QVERIFY(writeAll(m_path, "[S]\nk=1\nk=2\n"));
         IniFile ini(m_path);
         QVERIFY(ini.writeString("s", "K", "x"));
         QCOMPARE(readAll(m_path), QByteArray("[S]\nk=x\nk=2\n"));
@@ -249,7 +231,7 @@ private slots:
 
     void writeAppendsKeyToItsSection()
     {
-        writeAll(m_path, "[A]\na1=1\n; trailing comment\n\n[B]\nb1=2\n");
+        QVERIFY(writeAll(m_path, "[A]\na1=1\n; trailing comment\n\n[B]\nb1=2\n"));
         IniFile ini(m_path);
         QVERIFY(ini.writeString("a", "a2", "two"));
         QCOMPARE(readAll(m_path),
@@ -261,7 +243,7 @@ private slots:
 
     void writeAppendsKeyToEmptySection()
     {
-        writeAll(m_path, "[A]\n\n[B]\nb=1\n");
+        QVERIFY(writeAll(m_path, "[A]\n\n[B]\nb=1\n"));
         IniFile ini(m_path);
         QVERIFY(ini.writeString("A", "k", "v"));
         QCOMPARE(readAll(m_path), QByteArray("[A]\nk=v\n\n[B]\nb=1\n"));
@@ -269,7 +251,7 @@ private slots:
 
     void writeAppendsMissingSectionAtEnd()
     {
-        writeAll(m_path, "[A]\na=1");
+        QVERIFY(writeAll(m_path, "[A]\na=1"));
         IniFile ini(m_path);
         QVERIFY(ini.writeString("New One", "k", "v"));
         QCOMPARE(readAll(m_path), QByteArray("[A]\na=1\n\n[New One]\nk=v\n"));
@@ -279,7 +261,7 @@ private slots:
 
     void writeTurnsCrLfIntoLf()
     {
-        writeAll(m_path, "\xEF\xBB\xBF[A]\r\na=1\r\nb=2\r\n");
+        QVERIFY(writeAll(m_path, "\xEF\xBB\xBF[A]\r\na=1\r\nb=2\r\n"));
         IniFile ini(m_path);
         QVERIFY(ini.writeString("A", "a", "3"));
         QCOMPARE(readAll(m_path), QByteArray("\xEF\xBB\xBF[A]\na=3\nb=2\n"));
@@ -290,7 +272,7 @@ private slots:
         QByteArray before("[A]\nx=\xFF\xFE");
         before.append('\0');
         before.append("z\n[B]\n\x80\x81 junk\n");
-        writeAll(m_path, before);
+        QVERIFY(writeAll(m_path, before));
         IniFile ini(m_path);
         QVERIFY(ini.writeString("B", "k", "1"));
         QCOMPARE(readAll(m_path), before + "k=1\n");
@@ -298,7 +280,7 @@ private slots:
 
     void writeKeepsKeyBytesThatAreNoUtf8()
     {
-        writeAll(m_path, "[A]\nk\xFF=1\n");
+        QVERIFY(writeAll(m_path, "[A]\nk\xFF=1\n"));
         IniFile ini(m_path);
         QString out;
         QCOMPARE(ini.getSection("A", out, 100), 5);
@@ -339,7 +321,7 @@ private slots:
 
     void setStringWaitsForCommit()
     {
-        writeAll(m_path, "[A]\na=1\n");
+        QVERIFY(writeAll(m_path, "[A]\na=1\n"));
         IniFile ini(m_path);
         QVERIFY(ini.setString("A", "a", "2"));
         QVERIFY(ini.setString("B", "b", "3"));

@@ -10,6 +10,7 @@
 #include "settings/basIndProfile.h"
 #include "settings/frmGraphOptions.h"
 #include "shell/ProgramFolder.h"
+#include "tests/common/TestFiles.h"
 #include "shell/ResourceImages.h"
 
 #include <QAbstractButton>
@@ -49,38 +50,6 @@ template <typename T> T *child(QWidget *w, const char *name)
     if (c == nullptr)
         qFatal("no control %s", name);
     return c;
-}
-
-QByteArray readFile(const QString &path)
-{
-    QFile f(path);
-    if (!f.open(QIODevice::ReadOnly))
-        return QByteArray();
-    return f.readAll();
-}
-
-void writeFile(const QString &path, const QByteArray &text)
-{
-    QFile f(path);
-    QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    f.write(text);
-}
-
-// "key=value" lines of one section, in file order.
-QStringList sectionLines(const QByteArray &file, const QString &section)
-{
-    QStringList lines;
-    bool inside = false;
-    for (const QByteArray &raw : file.split('\n')) {
-        const QString line = QString::fromUtf8(raw).trimmed();
-        if (line.startsWith('[')) {
-            inside = line.compare("[" + section + "]", Qt::CaseInsensitive) == 0;
-            continue;
-        }
-        if (inside && !line.isEmpty())
-            lines << line;
-    }
-    return lines;
 }
 
 QColor pixelAtMiddle(PictureBox *p)
@@ -268,10 +237,10 @@ private slots:
 
     void loadsAStoredFile()
     {
-        writeFile(iniPath(), "[Graph Settings]\nAutoScaleX=1\nAutoScaleY=0\nMaxX=0.8\nMaxY=1.2\n"
-                             "XDecPlaces=2\nYDecPlaces=0\nBackOn=1\nEmitterDepth=0.5\nMaxSim=4\n"
-                             "Color1=255\nColor2=65280\nColor3=16711680\nColor4=0\nColor5=0\n"
-                             "Color6=0\nColor7=0\nColor8=0\nWidth=3\nTimeScale=LIN\n");
+        QVERIFY(writeAll(iniPath(), "[Graph Settings]\nAutoScaleX=1\nAutoScaleY=0\nMaxX=0.8\nMaxY=1.2\n"
+                                    "XDecPlaces=2\nYDecPlaces=0\nBackOn=1\nEmitterDepth=0.5\nMaxSim=4\n"
+                                    "Color1=255\nColor2=65280\nColor3=16711680\nColor4=0\nColor5=0\n"
+                                    "Color6=0\nColor7=0\nColor8=0\nWidth=3\nTimeScale=LIN\n"));
         frmGraphOptions d;
         d.Form_Load();
         QCOMPARE(child<QLineEdit>(&d, "txtEDepth")->text(), QString("0.5"));
@@ -354,7 +323,7 @@ private slots:
     {
         frmGraphOptions d;
         d.Form_Load();
-        const QByteArray before = readFile(iniPath());
+        const QByteArray before = readAll(iniPath());
         d.show();
         d.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&d));
@@ -377,14 +346,14 @@ private slots:
         QCOMPARE(d.result(), int(QDialog::Rejected));
         QCOMPARE(QApplication::focusWidget(), width);
         QVERIFY(!messageShown); // refused quietly, the focus stays in the field
-        QCOMPARE(readFile(iniPath()), before);
+        QCOMPARE(readAll(iniPath()), before);
         // 5 is fine.
         QTest::keyClick(width, Qt::Key_Backspace);
         QTest::keyClick(width, Qt::Key_5);
         QTest::mouseClick(child<QPushButton>(&d, "cmdOK"), Qt::LeftButton);
         QVERIFY(!d.isVisible());
         QCOMPARE(d.result(), int(QDialog::Accepted));
-        QVERIFY(sectionLines(readFile(iniPath()), "Graph Settings").contains("Width=5"));
+        QVERIFY(sectionLines(readAll(iniPath()), "Graph Settings").contains("Width=5"));
     }
 
     void acceptShowsTheFieldMessages()
@@ -411,7 +380,7 @@ private slots:
             QCOMPARE(d.focusWidget(), child<QWidget>(&d, "txtWidth"));
         }
         // An emitter depth out of range in the file: the first message.
-        writeFile(iniPath(), "[Graph Settings]\nEmitterDepth=5\nWidth=2\n");
+        QVERIFY(writeAll(iniPath(), "[Graph Settings]\nEmitterDepth=5\nWidth=2\n"));
         {
             frmGraphOptions d;
             d.Form_Load();
@@ -437,7 +406,7 @@ private slots:
         QByteArray file = "[Graph Settings]\nWidth=2\n";
         for (int i = 1; i <= 8; ++i)
             file += "Color" + QByteArray::number(i) + "=" + QByteArray::number(ColorRef::rgb(30 * i, 0, 255 - 30 * i)) + "\n";
-        writeFile(iniPath(), file);
+        QVERIFY(writeAll(iniPath(), file));
         frmGraphOptions d;
         d.Form_Load();
         d.show();
@@ -515,27 +484,27 @@ private slots:
     void timeScaleOtherThanLogIsSavedAsLin()
     {
         QFETCH(QByteArray, stored);
-        writeFile(iniPath(), "[Graph Settings]\nWidth=2\nTimeScale=" + stored + "\n");
+        QVERIFY(writeAll(iniPath(), "[Graph Settings]\nWidth=2\nTimeScale=" + stored + "\n"));
         frmGraphOptions d;
         d.Form_Load();
         QVERIFY(!child<QCheckBox>(&d, "radLog")->isChecked());
         d.cmdOK_Click();
         QCOMPARE(d.result(), int(QDialog::Accepted));
-        QVERIFY(sectionLines(readFile(iniPath()), "Graph Settings").contains("TimeScale=LIN"));
+        QVERIFY(sectionLines(readAll(iniPath()), "Graph Settings").contains("TimeScale=LIN"));
     }
 
     void unusableStoredValuesAreKeptAsTheyWere()
     {
         // Nine time steps cannot be shown in the list; a negative number of
         // decimal places cannot be typed into its field. Neither is touched.
-        writeFile(iniPath(), "[Graph Settings]\nWidth=2\nMaxSim=9\nXDecPlaces=-1\n");
+        QVERIFY(writeAll(iniPath(), "[Graph Settings]\nWidth=2\nMaxSim=9\nXDecPlaces=-1\n"));
         frmGraphOptions d;
         d.Form_Load();
         QCOMPARE(child<QComboBox>(&d, "cmbMaxSim")->currentIndex(), -1);
         QCOMPARE(child<QLineEdit>(&d, "txtXDecPlaces")->text(), QString());
         d.cmdOK_Click();
         QCOMPARE(d.result(), int(QDialog::Accepted));
-        const QStringList lines = sectionLines(readFile(iniPath()), "Graph Settings");
+        const QStringList lines = sectionLines(readAll(iniPath()), "Graph Settings");
         QVERIFY(lines.contains("MaxSim=9"));
         QVERIFY(lines.contains("XDecPlaces=-1"));
         QVERIFY(lines.contains("Width=2"));
@@ -545,7 +514,7 @@ private slots:
     {
         // A file without the section: nothing is written on loading, and
         // Accept appends the whole section in the record's order.
-        writeFile(iniPath(), "[Other]\nA=1\n");
+        QVERIFY(writeAll(iniPath(), "[Other]\nA=1\n"));
         frmGraphOptions d;
         d.Form_Load();
         d.show();
@@ -579,7 +548,7 @@ private slots:
         QTest::mouseClick(child<QPushButton>(&d, "cmdOK"), Qt::LeftButton);
         QCOMPARE(d.result(), int(QDialog::Accepted));
 
-        const QByteArray file = readFile(iniPath());
+        const QByteArray file = readAll(iniPath());
         QCOMPARE(sectionLines(file, "Graph Settings"),
                  QStringList({"AutoScaleX=0", "AutoScaleY=1", "MaxX=0.6", "MaxY=1.8", "XDecPlaces=2",
                               "YDecPlaces=0", "BackOn=1", "EmitterDepth=0.4", "MaxSim=3", "Color1=0",
@@ -594,8 +563,8 @@ private slots:
 
     void cancelDiscardsEverything()
     {
-        writeFile(iniPath(), "[Graph Settings]\nWidth=2\nColor1=255\n");
-        const QByteArray before = readFile(iniPath());
+        QVERIFY(writeAll(iniPath(), "[Graph Settings]\nWidth=2\nColor1=255\n"));
+        const QByteArray before = readAll(iniPath());
         frmGraphOptions d;
         d.Form_Load();
         d.show();
@@ -616,7 +585,7 @@ private slots:
         QTest::mouseClick(child<QPushButton>(&d, "cmdCancel"), Qt::LeftButton);
         QVERIFY(!d.isVisible());
         QCOMPARE(d.result(), int(QDialog::Rejected));
-        QCOMPARE(readFile(iniPath()), before);
+        QCOMPARE(readAll(iniPath()), before);
         // A fresh dialog shows the file's values again.
         frmGraphOptions again;
         again.Form_Load();
@@ -626,14 +595,14 @@ private slots:
 
     void unreadableSettingsStopTheLoad()
     {
-        writeFile(iniPath(), "[Graph Settings]\nMaxX=abc\n");
+        QVERIFY(writeAll(iniPath(), "[Graph Settings]\nMaxX=abc\n"));
         frmGraphOptions d;
         QVERIFY_THROWS_EXCEPTION(UlvexError, d.Form_Load());
     }
 
     void nothingClippedAndScreenshots()
     {
-        writeFile(iniPath(), "[Graph Settings]\nWidth=2\nColor1=255\n");
+        QVERIFY(writeAll(iniPath(), "[Graph Settings]\nWidth=2\nColor1=255\n"));
         frmGraphOptions d;
         d.Form_Load();
         d.show();
@@ -724,7 +693,7 @@ private slots:
         };
         onNextModal(setOptions("5"));
         app.frame->menuItem("mnuGraph")->trigger();
-        QVERIFY(sectionLines(readFile(basIndProfile::IniPath()), "Graph Settings").contains("Width=5"));
+        QVERIFY(sectionLines(readAll(basIndProfile::IniPath()), "Graph Settings").contains("Width=5"));
         // The open graph keeps its drawing until its next update.
         QCOMPARE(w->graph()->EllipseCount(), qint16(6));
         QCOMPARE(countAll(), 0);

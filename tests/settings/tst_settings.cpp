@@ -3,6 +3,7 @@
 #include "settings/basIndProfile.h"
 #include "shell/ProgramFolder.h"
 #include "shell/UlvexError.h"
+#include "tests/common/TestFiles.h"
 
 #include <QDir>
 #include <QFile>
@@ -21,20 +22,6 @@
 using namespace basIndProfile;
 
 namespace {
-
-QByteArray readAll(const QString &path)
-{
-    QFile f(path);
-    if (!f.open(QIODevice::ReadOnly))
-        return QByteArray("<unreadable>");
-    return f.readAll();
-}
-
-bool writeAll(const QString &path, const QByteArray &bytes)
-{
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(bytes) == bytes.size();
-}
 
 // Floats are shown with 9 significant digits, enough to tell any two singles apart.
 QString num(float f)

@@ -7,6 +7,7 @@
 #include "settings/basIndProfile.h"
 #include "shell/ProgramFolder.h"
 #include "shell/UlvexError.h"
+#include "tests/common/TestFiles.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -29,20 +30,6 @@ const char *const GraphKeys[] = {"AutoScaleX", "AutoScaleY", "MaxX",   "MaxY",  
 const char *const LVKeys[] = {"C1", "C2", "C3", "C4", "C5", "Width", "Height"};
 const char *const Sections[] = {"Graph Settings", "LVSoil Settings", "Other", "", "Graph",
                                 "LVSoil  Settings"};
-
-QByteArray readAll(const QString &path)
-{
-    QFile f(path);
-    if (!f.open(QIODevice::ReadOnly))
-        return QByteArray("<unreadable>");
-    return f.readAll();
-}
-
-bool writeAll(const QString &path, const QByteArray &bytes)
-{
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(bytes) == bytes.size();
-}
 
 class Gen
 {

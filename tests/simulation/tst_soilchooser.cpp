@@ -7,6 +7,7 @@
 #include "shell/ResourceImages.h"
 #include "shell/Twips.h"
 #include "simulation/frmSoilDes.h"
+#include "tests/common/TestFiles.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -32,37 +33,6 @@ void onNextModal(std::function<void(QWidget *)> act, int delay = 50)
         if (QWidget *w = QApplication::activeModalWidget())
             act(w);
     });
-}
-
-QByteArray readFile(const QString &path)
-{
-    QFile f(path);
-    if (!f.open(QIODevice::ReadOnly))
-        return QByteArray();
-    return f.readAll();
-}
-
-void writeFile(const QString &path, const QByteArray &text)
-{
-    QFile f(path);
-    QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    f.write(text);
-}
-
-QStringList sectionLines(const QByteArray &file, const QString &section)
-{
-    QStringList lines;
-    bool inside = false;
-    for (const QByteArray &raw : file.split('\n')) {
-        const QString line = QString::fromUtf8(raw).trimmed();
-        if (line.startsWith('[')) {
-            inside = line.compare("[" + section + "]", Qt::CaseInsensitive) == 0;
-            continue;
-        }
-        if (inside && !line.isEmpty())
-            lines << line;
-    }
-    return lines;
 }
 
 QStringList keysOf(const QStringList &lines)
@@ -156,7 +126,7 @@ private slots:
     void listFilledWithTheRememberedLayout()
     {
         Standalone s;
-        writeFile(s.ini(), "[LVSoil Settings]\nC1=0.4\nC2=0.2\nC3=0.15\nC4=0.25\nC5=0.1\nHeight=5000\nWidth=8000\n");
+        QVERIFY(writeAll(s.ini(), "[LVSoil Settings]\nC1=0.4\nC2=0.2\nC3=0.15\nC4=0.25\nC5=0.1\nHeight=5000\nWidth=8000\n"));
         frmSoilDes d;
         d.intSelectedIndex = 1;
         QCOMPARE(d.Form_Load(), QString());
@@ -206,7 +176,7 @@ private slots:
     void returnWithoutChangeKeepsTheSoilAndSavesTheLayout()
     {
         Standalone s;
-        writeFile(s.ini(), "[LVSoil Settings]\nC1=0.3\nC2=0.3\nC3=0.2\nC4=0.1\nC5=0.13\nHeight=4500\nWidth=7200\n");
+        QVERIFY(writeAll(s.ini(), "[LVSoil Settings]\nC1=0.3\nC2=0.3\nC3=0.2\nC4=0.1\nC5=0.13\nHeight=4500\nWidth=7200\n"));
         frmSoilDes d;
         d.intSelectedIndex = 3;
         d.Form_Load();
@@ -221,7 +191,7 @@ private slots:
         QVERIFY(!d.isVisible());
         QCOMPARE(d.intSelectedIndex, qint16(3));
         QCOMPARE(d.strSelectedSoil, TestDatabase::soilName(3));
-        const QStringList lines = sectionLines(readFile(s.ini()), "LVSoil Settings");
+        const QStringList lines = sectionLines(readAll(s.ini()), "LVSoil Settings");
         QCOMPARE(keysOf(lines), QStringList({"C1", "C2", "C3", "C4", "C5", "Height", "Width"}));
         QVERIFY(std::abs(valueOf(lines, "C1") - double(first) / listWidth) < 1e-6);
         QVERIFY(std::abs(valueOf(lines, "C2") - double(d.list()->columnWidth(1)) / listWidth) < 1e-6);
@@ -239,7 +209,7 @@ private slots:
         d.show();
         QVERIFY(QTest::qWaitForWindowExposed(&d));
         // The missing section was written with its defaults on loading.
-        QCOMPARE(sectionLines(readFile(s.ini()), "LVSoil Settings"),
+        QCOMPARE(sectionLines(readAll(s.ini()), "LVSoil Settings"),
                  QStringList({"C1=0.25", "C2=0.3", "C3=0.2", "C4=0.12", "C5=0.13", "Height=4200", "Width=6825"}));
         auto *list = d.list();
         QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
@@ -247,7 +217,7 @@ private slots:
         QCOMPARE(d.result(), int(QDialog::Accepted));
         QCOMPARE(d.intSelectedIndex, qint16(2));
         QCOMPARE(d.strSelectedSoil, TestDatabase::soilName(2));
-        QCOMPARE(keysOf(sectionLines(readFile(s.ini()), "LVSoil Settings")),
+        QCOMPARE(keysOf(sectionLines(readAll(s.ini()), "LVSoil Settings")),
                  QStringList({"C1", "C2", "C3", "C4", "C5", "Height", "Width"}));
     }
 
@@ -275,7 +245,7 @@ private slots:
         Standalone s;
         // A section with only C1: the remembered size is 6495 x 2535 twips,
         // below the smallest size, which wins.
-        writeFile(s.ini(), "[LVSoil Settings]\nC1=0.5\n");
+        QVERIFY(writeAll(s.ini(), "[LVSoil Settings]\nC1=0.5\n"));
         frmSoilDes d;
         d.Form_Load();
         const QSize minimum = Twips::sizeToPixels(6825, 4200);
@@ -332,7 +302,7 @@ private slots:
             QTRY_COMPARE(d.size(), Twips::sizeToPixels(9000, 6000));
             d.Choose();
         }
-        const QStringList lines = sectionLines(readFile(s.ini()), "LVSoil Settings");
+        const QStringList lines = sectionLines(readAll(s.ini()), "LVSoil Settings");
         QCOMPARE(int(valueOf(lines, "Width")), 9000);
         QCOMPARE(int(valueOf(lines, "Height")), 6000);
         frmSoilDes again;
