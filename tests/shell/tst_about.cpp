@@ -1,5 +1,6 @@
 #include "shell/ProgramFolder.h"
 #include "shell/frmAbout.h"
+#include "tests/shell/FormChecks.h"
 
 #include <QAbstractButton>
 #include <QAccessible>
@@ -9,7 +10,6 @@
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest>
@@ -226,28 +226,16 @@ private slots:
     {
         frmAbout about;
         int controls = 0;
-        for (QWidget *w : about.findChildren<QWidget *>()) {
-            if (!QRegularExpression("^(cmd|txt|lbl|pic)").match(w->objectName()).hasMatch())
-                continue;
-            ++controls;
-            QVERIFY2(!w->accessibleName().isEmpty(), qPrintable(w->objectName()));
-            if (!w->toolTip().isEmpty())
-                QCOMPARE(w->accessibleDescription(), w->toolTip());
-        }
+        checkNamedControlsDescribed(about, controls);
+        if (QTest::currentTestFailed())
+            return;
         QVERIFY(controls >= 9);
     }
 
     void renderPicture()
     {
         frmAbout about;
-        about.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&about));
-        const QPixmap shot = about.grab();
-        QVERIFY(!shot.isNull());
-        const QString dir = qEnvironmentVariable("ULVEX_SHOT_DIR");
-        if (dir.isEmpty())
-            QSKIP("set ULVEX_SHOT_DIR to write the picture");
-        QVERIFY(shot.save(QDir(dir).filePath("about.png")));
+        saveFormPicture(about, "about.png");
     }
 };
 

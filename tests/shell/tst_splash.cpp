@@ -1,5 +1,6 @@
 #include "shell/ProgramFolder.h"
 #include "shell/frmSplash.h"
+#include "tests/shell/FormChecks.h"
 
 #include <QAccessible>
 #include <QDir>
@@ -7,7 +8,6 @@
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QPushButton>
-#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest>
@@ -147,28 +147,16 @@ private slots:
     {
         frmSplash splash;
         int controls = 0;
-        for (QWidget *w : splash.findChildren<QWidget *>()) {
-            if (!QRegularExpression("^(cmd|txt|lbl|pic)").match(w->objectName()).hasMatch())
-                continue;
-            ++controls;
-            QVERIFY2(!w->accessibleName().isEmpty(), qPrintable(w->objectName()));
-            if (!w->toolTip().isEmpty())
-                QCOMPARE(w->accessibleDescription(), w->toolTip());
-        }
+        checkNamedControlsDescribed(splash, controls);
+        if (QTest::currentTestFailed())
+            return;
         QVERIFY(controls >= 4);
     }
 
     void renderPicture()
     {
         frmSplash splash;
-        splash.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&splash));
-        const QPixmap shot = splash.grab();
-        QVERIFY(!shot.isNull());
-        const QString dir = qEnvironmentVariable("ULVEX_SHOT_DIR");
-        if (dir.isEmpty())
-            QSKIP("set ULVEX_SHOT_DIR to write the picture");
-        QVERIFY(shot.save(QDir(dir).filePath("splash.png")));
+        saveFormPicture(splash, "splash.png");
     }
 };
 
