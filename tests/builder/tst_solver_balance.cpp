@@ -1,26 +1,13 @@
 // Whole cases of the sweep through runCase: water balance, reproducibility
 // and the domain-edge check.
-#include "builder/WettingSimulation.h"
-#include "tests/builder/SolverTestSoils.h"
+#include "tests/builder/SolverCases.h"
 
 #include <QtTest>
 
 #include <thread>
 
 using namespace builder;
-using solvertest::makeCase;
-
-namespace {
-const int Sand = 1, Loam = 4, Clay = 12, SiltyClay = 11;
-
-CaseResult runChecked(const CaseSpec& c)
-{
-    CaseResult r = runCase(c);
-    if (!r.message.empty())
-        qWarning("%s", r.message.c_str());
-    return r;
-}
-}
+using namespace solvertest;
 
 class TestSolverBalance : public QObject
 {
