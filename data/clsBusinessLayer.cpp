@@ -1,6 +1,7 @@
 #include "data/clsBusinessLayer.h"
 
 #include "data/DataErrors.h"
+#include "data/WindowControl.h"
 #include "data/basSafeRoutines.h"
 #include "shell/UlvexError.h"
 
@@ -16,21 +17,9 @@ namespace {
 
 const QString kSimulation = QStringLiteral("Simulation");
 
-template <typename T>
-T *control(QWidget *window, const char *name)
-{
-    T *found = window ? window->findChild<T *>(QString::fromLatin1(name)) : nullptr;
-    if (found == nullptr)
-        throw UlvexError(DataErrors::ControlMissing,
-                         QStringLiteral("The window %1 has no control %2")
-                             .arg(window ? window->objectName() : QStringLiteral("(none)"),
-                                  QString::fromLatin1(name)));
-    return found;
-}
-
 bool checked(QWidget *window, const char *name)
 {
-    return control<QCheckBox>(window, name)->isChecked();
+    return windowControl<QCheckBox>(window, name)->isChecked();
 }
 
 // A 16-bit integer as the soil label's tag holds it: a number, a half rounded
@@ -136,10 +125,10 @@ QString clsBusinessLayer::ShowGraph(QWidget *window)
 {
     using basSafeRoutines::FormatSqlValue;
     const QString table = SimulationTable(window);
-    const qint16 soil = toInt16(control<QLabel>(window, "lblSoilDes")->property("Tag"),
+    const qint16 soil = toInt16(windowControl<QLabel>(window, "lblSoilDes")->property("Tag"),
                                 QStringLiteral("The soil number"));
-    const qint16 flow = positionNumber(control<QComboBox>(window, "cmbFlow"));
-    const qint16 time = positionNumber(control<QComboBox>(window, "cmbTime"));
+    const qint16 flow = positionNumber(windowControl<QComboBox>(window, "cmbFlow"));
+    const qint16 time = positionNumber(windowControl<QComboBox>(window, "cmbTime"));
 
     const QString sql = QStringLiteral("Select * from ") + table
                         + QStringLiteral(" Where SoilType = ") + FormatSqlValue(soil)
@@ -160,9 +149,9 @@ QVector<QVector<QVariant>> clsBusinessLayer::ReturnDataForPrint(QWidget *window)
     // The export reads its own tables, whatever the water content.
     const QString table = checked(window, "chkBuried") ? QStringLiteral("BuriedData")
                                                        : QStringLiteral("SurfaceData");
-    const qint16 soil = toInt16(control<QLabel>(window, "lblSoilDes")->property("Tag"),
+    const qint16 soil = toInt16(windowControl<QLabel>(window, "lblSoilDes")->property("Tag"),
                                 QStringLiteral("The soil number"));
-    const qint16 flow = positionNumber(control<QComboBox>(window, "cmbFlow"));
+    const qint16 flow = positionNumber(windowControl<QComboBox>(window, "cmbFlow"));
 
     const QString sql = QStringLiteral("Select * from ") + table
                         + QStringLiteral(" Where SoilType = ") + FormatSqlValue(soil)

@@ -1,6 +1,7 @@
 #include "data/clsUserConLayer.h"
 
 #include "data/DataErrors.h"
+#include "data/WindowControl.h"
 #include "data/basSafeRoutines.h"
 #include "graph/GraphEllipse.h"
 #include "graph/clsData.h"
@@ -63,18 +64,6 @@ clsRecordset *openDataset(const DatasetCollection &datasets, const QString &name
 {
     const auto rs = datasets.value(name);
     return (rs && rs->isOpen()) ? rs.get() : nullptr;
-}
-
-template <typename T>
-T *control(QWidget *window, const char *name)
-{
-    T *found = window ? window->findChild<T *>(QString::fromLatin1(name)) : nullptr;
-    if (found == nullptr)
-        throw UlvexError(DataErrors::ControlMissing,
-                         QStringLiteral("The window %1 has no control %2")
-                             .arg(window ? window->objectName() : QStringLiteral("(none)"),
-                                  QString::fromLatin1(name)));
-    return found;
 }
 
 float singleField(const clsRecordset &rs, const char *field)
@@ -302,7 +291,7 @@ QList<int> clsUserConLayer::LogTimeSteps(double maxTime, int count)
 QString clsUserConLayer::UpdateGraph(const QString &datasetName,
                                      const DatasetCollection &datasets, QWidget *window)
 {
-    GraphEllipse *graph = control<GraphEllipse>(window, "GraphEllipse1");
+    GraphEllipse *graph = windowControl<GraphEllipse>(window, "GraphEllipse1");
     graph->RemoveAllEllipses();
 
     clsRecordset *rs = datasets.value(datasetName).get();
@@ -314,7 +303,7 @@ QString clsUserConLayer::UpdateGraph(const QString &datasetName,
     basIndProfile::LoadGraphSettings(settings);
     const int count = settings.MaxSim;
 
-    QComboBox *cmbTime = control<QComboBox>(window, "cmbTime");
+    QComboBox *cmbTime = windowControl<QComboBox>(window, "cmbTime");
     bool ok = false;
     const double maxTime = cmbTime->itemText(cmbTime->currentIndex()).trimmed().toDouble(&ok);
     if (!ok)
@@ -323,7 +312,7 @@ QString clsUserConLayer::UpdateGraph(const QString &datasetName,
                              .arg(cmbTime->itemText(cmbTime->currentIndex())));
 
     const QList<int> candidates = LogTimeSteps(maxTime, count);
-    const bool buried = control<QCheckBox>(window, "chkBuried")->isChecked();
+    const bool buried = windowControl<QCheckBox>(window, "chkBuried")->isChecked();
 
     for (int i = 1; i <= count && i <= maxTime; ++i) {
         // Small candidates repeat (1, 1, 2, 2 ...): the first fronts are kept
@@ -365,14 +354,14 @@ QString clsUserConLayer::UpdateGraph(const QString &datasetName,
     graph->setXDecPlaces(settings.XDecPlaces);
     graph->setYDecPlaces(settings.YDecPlaces);
 
-    QComboBox *cmbFlow = control<QComboBox>(window, "cmbFlow");
+    QComboBox *cmbFlow = windowControl<QComboBox>(window, "cmbFlow");
     graph->setFlowRate(cmbFlow->itemText(cmbFlow->currentIndex()));
-    graph->setSoilType(control<QLabel>(window, "lblSoilDes")->text());
-    if (control<QCheckBox>(window, "chkDry")->isChecked())
+    graph->setSoilType(windowControl<QLabel>(window, "lblSoilDes")->text());
+    if (windowControl<QCheckBox>(window, "chkDry")->isChecked())
         graph->setWaterContent(QStringLiteral("Dry"));
-    if (control<QCheckBox>(window, "chkMoist")->isChecked())
+    if (windowControl<QCheckBox>(window, "chkMoist")->isChecked())
         graph->setWaterContent(QStringLiteral("Moist"));
-    if (control<QCheckBox>(window, "chkWet")->isChecked())
+    if (windowControl<QCheckBox>(window, "chkWet")->isChecked())
         graph->setWaterContent(QStringLiteral("Wet"));
 
     return graph->DrawGraph();
