@@ -1,5 +1,6 @@
 #include "shell/frmAbout.h"
 
+#include "shell/Accessibility.h"
 #include "shell/ProgramTextFile.h"
 #include "shell/ResourceImages.h"
 
@@ -15,18 +16,7 @@
 
 namespace {
 
-void describe(QWidget *w, const QString &caption, const QString &tip)
-{
-    QString name = caption;
-    name.replace(QStringLiteral("&&"), QStringLiteral("\x01"));
-    name.remove(QLatin1Char('&'));
-    name.replace(QStringLiteral("\x01"), QStringLiteral("&"));
-    w->setAccessibleName(name);
-    if (!tip.isEmpty()) {
-        w->setToolTip(tip);
-        w->setAccessibleDescription(tip);
-    }
-}
+using Accessibility::describe;
 
 QLabel *picture(QWidget *parent, const char *name, int id, const QSize &size,
                 const QString &caption)

@@ -1,5 +1,6 @@
 #include "shell/frmSplash.h"
 
+#include "shell/Accessibility.h"
 #include "shell/ProgramTextFile.h"
 #include "shell/ResourceImages.h"
 
@@ -10,24 +11,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-namespace {
-
-// Screen readers get the caption without its access-key marker and the tooltip
-// as the longer description.
-void describe(QWidget *w, const QString &caption, const QString &tip)
-{
-    QString name = caption;
-    name.replace(QStringLiteral("&&"), QStringLiteral("\x01"));
-    name.remove(QLatin1Char('&'));
-    name.replace(QStringLiteral("\x01"), QStringLiteral("&"));
-    w->setAccessibleName(name);
-    if (!tip.isEmpty()) {
-        w->setToolTip(tip);
-        w->setAccessibleDescription(tip);
-    }
-}
-
-} // namespace
+using Accessibility::describe;
 
 frmSplash::frmSplash(QWidget *parent)
     : QDialog(parent)
