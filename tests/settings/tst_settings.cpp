@@ -4,6 +4,7 @@
 #include "shell/ProgramFolder.h"
 #include "shell/UlvexError.h"
 #include "tests/common/TestFiles.h"
+#include "tests/settings/SettingsDump.h"
 
 #include <QDir>
 #include <QFile>
@@ -22,32 +23,6 @@
 using namespace basIndProfile;
 
 namespace {
-
-// Floats are shown with 9 significant digits, enough to tell any two singles apart.
-QString num(float f)
-{
-    return QString::number(double(f), 'g', 9);
-}
-
-QString dump(const GraphSettings &s)
-{
-    QStringList parts{num(s.MaxX), num(s.MaxY), num(s.EmitterDepth), num(s.Width)};
-    for (qint16 v : {s.AutoScaleX, s.AutoScaleY, s.XDecPlaces, s.YDecPlaces, s.BackOn, s.MaxSim})
-        parts << QString::number(v);
-    for (int i = 0; i <= 8; ++i)
-        parts << QString::number(s.Color[size_t(i)]);
-    parts << s.TimeScale;
-    return "MaxX,MaxY,EmitterDepth,Width,AutoScaleX,AutoScaleY,XDec,YDec,BackOn,MaxSim,"
-           "Color0..8,TimeScale = "
-        + parts.join(',');
-}
-
-QString dump(const LVSoilSettings &s)
-{
-    return QStringList{num(s.C1), num(s.C2), num(s.C3), num(s.C4), num(s.C5),
-                       QString::number(s.Width), QString::number(s.Height)}
-        .join(',');
-}
 
 // A record with every field away from its default, to see which fields a load sets.
 GraphSettings oddGraph()

@@ -8,6 +8,7 @@
 #include "shell/ProgramFolder.h"
 #include "shell/UlvexError.h"
 #include "tests/common/TestFiles.h"
+#include "tests/settings/SettingsDump.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -217,29 +218,6 @@ public:
 private:
     QRandomGenerator m_rng;
 };
-
-QString num(float f)
-{
-    return QString::number(double(f), 'g', 9);
-}
-
-QString dump(const GraphSettings &s)
-{
-    QStringList parts{num(s.MaxX), num(s.MaxY), num(s.EmitterDepth), num(s.Width)};
-    for (qint16 v : {s.AutoScaleX, s.AutoScaleY, s.XDecPlaces, s.YDecPlaces, s.BackOn, s.MaxSim})
-        parts << QString::number(v);
-    for (int i = 1; i <= 8; ++i)
-        parts << QString::number(s.Color[size_t(i)]);
-    parts << s.TimeScale;
-    return parts.join(',');
-}
-
-QString dump(const LVSoilSettings &s)
-{
-    return QStringList{num(s.C1), num(s.C2), num(s.C3), num(s.C4), num(s.C5),
-                       QString::number(s.Width), QString::number(s.Height)}
-        .join(',');
-}
 
 } // namespace
 
