@@ -68,10 +68,7 @@ class TestCups : public QObject
 
     static void openWindows(AppFixture &app, int n)
     {
-        app.start();
-        QVERIFY(app.frame);
-        for (int i = 2; i < n; ++i)
-            app.frame->menuItem("mnuNew")->trigger();
+        QVERIFY(app.startWithWindows(n));
         QCOMPARE(basGlobals::colSimWindows().Count(), n);
     }
 

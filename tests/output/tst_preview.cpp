@@ -23,12 +23,7 @@ class TestPreview : public QObject
 
     static void openWindows(AppFixture &app, int n)
     {
-        app.start();
-        QVERIFY(app.frame);
-        if (n == 1)
-            AppFixture::sub(app.window(2))->close();
-        for (int i = 2; i < n; ++i)
-            app.frame->menuItem("mnuNew")->trigger();
+        QVERIFY(app.startWithWindows(n));
         QCOMPARE(basGlobals::colSimWindows().Count(), n);
     }
 

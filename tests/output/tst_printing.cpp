@@ -96,12 +96,7 @@ class TestPrinting : public QObject
     // graph looks different.
     static void openWindows(AppFixture &app, int n)
     {
-        app.start();
-        QVERIFY(app.frame);
-        if (n == 1)
-            AppFixture::sub(app.window(2))->close();
-        for (int i = 2; i < n; ++i)
-            app.frame->menuItem("mnuNew")->trigger();
+        QVERIFY(app.startWithWindows(n));
         const QList<frmMain *> windows = basPrint::OpenWindows();
         QCOMPARE(windows.size(), n);
         const char *water[] = {"chkDry", "chkWet", "chkMoist", "chkWet"};

@@ -9,6 +9,7 @@
 #include "simulation/frmMain.h"
 #include "tests/common/TestDatabase.h"
 
+#include <QAction>
 #include <QMdiSubWindow>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -43,6 +44,20 @@ struct AppFixture
     {
         basMain::setSplashAutoAccept(true);
         frame.reset(basMain::Main());
+    }
+    // Starts the program and leaves n simulation windows open: the frame opens
+    // with two, so the second is closed for n == 1 and more come from File, New.
+    // False when the frame did not start.
+    bool startWithWindows(int n)
+    {
+        start();
+        if (!frame)
+            return false;
+        if (n == 1)
+            sub(window(2))->close();
+        for (int i = 2; i < n; ++i)
+            frame->menuItem("mnuNew")->trigger();
+        return true;
     }
     frmMain *window(int n) const
     {
