@@ -95,6 +95,13 @@ inline QByteArray fileBytes(const QString &path)
     return f.readAll();
 }
 
+// Replaces the file's contents; true only when every byte was written.
+inline bool writeFileBytes(const QString &path, const QByteArray &bytes)
+{
+    QFile f(path);
+    return f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(bytes) == bytes.size();
+}
+
 inline QStringList expectedTables()
 {
     QStringList t = {"BuildInfo", "BuriedData", "BuriedData-c", "BuriedData-c3", "BuriedData-c6", "CaseInfo", "FlowRateData",

@@ -92,14 +92,11 @@ private slots:
     {
         QTemporaryDir dir;
         const QString soils = dir.filePath(QStringLiteral("soils.csv"));
-        {
-            QFile f(soils);
-            QVERIFY(f.open(QIODevice::WriteOnly));
-            f.write("# test\n"
-                    "SoilTypeNo,Name,Texture,Clay (%),Soil Classification,theta_r,theta_s,alpha (1/cm),n,Ks (cm/day)\n"
-                    "1,Sand,coarse,3,USDA sand,0.045,0.43,0.145,2.68,712.8\n"
-                    "2,Loam,medium,20,USDA loam,0.078,0.43,0.036,0.9,24.96\n");
-        }
+        QVERIFY(writeFileBytes(soils,
+            "# test\n"
+            "SoilTypeNo,Name,Texture,Clay (%),Soil Classification,theta_r,theta_s,alpha (1/cm),n,Ks (cm/day)\n"
+            "1,Sand,coarse,3,USDA sand,0.045,0.43,0.145,2.68,712.8\n"
+            "2,Loam,medium,20,USDA loam,0.078,0.43,0.036,0.9,24.96\n"));
         const Run r = runTool({"--soils", soils, "--out", dir.filePath(QStringLiteral("t.db"))});
         QCOMPARE(r.exitCode, 1);
         QVERIFY2(r.err.contains(soils + QStringLiteral(" line 4: n 0.9 must be greater than 1")), qPrintable(r.err));
@@ -110,11 +107,7 @@ private slots:
     {
         QTemporaryDir dir;
         const QString out = dir.filePath(QStringLiteral("trickle.db"));
-        {
-            QFile f(out);
-            QVERIFY(f.open(QIODevice::WriteOnly));
-            f.write("an older database");
-        }
+        QVERIFY(writeFileBytes(out, "an older database"));
         QElapsedTimer t;
         t.start();
         const Run r = runTool({"--soils", kSoils, "--out", out, "--only", kQuickCase});

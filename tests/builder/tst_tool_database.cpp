@@ -260,11 +260,7 @@ private slots:
     {
         QTemporaryDir dir;
         const QString out = dir.filePath(QStringLiteral("trickle.db"));
-        {
-            QFile f(out);
-            QVERIFY(f.open(QIODevice::WriteOnly));
-            f.write("keep me");
-        }
+        QVERIFY(writeFileBytes(out, "keep me"));
         TrickleBuildOptions o = optionsFor(out);
         o.only = {TrickleBuild::parseCase(QStringLiteral("1,1,3,surface"))};
         std::atomic<int> calls{0};
