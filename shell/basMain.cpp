@@ -1,7 +1,6 @@
 #include "shell/basMain.h"
 
 #include "data/basSafeRoutines.h"
-#include "shell/ProgramFolder.h"
 #include "shell/ResourceImages.h"
 #include "shell/basGlobals.h"
 #include "shell/frmMDIMain.h"
@@ -21,7 +20,6 @@ QElapsedTimer &processClock()
 }
 bool g_autoAccept = false;
 double g_startupMs = -1;
-QString g_helpFile;
 } // namespace
 
 namespace basMain {
@@ -39,11 +37,6 @@ void markProcessStart()
 double startupMilliseconds()
 {
     return g_startupMs;
-}
-
-QString helpFile()
-{
-    return g_helpFile.isEmpty() ? ProgramFolder::file(QStringLiteral("help/index.html")) : g_helpFile;
 }
 
 QString LoadImageList(frmMDIMain *frame)
@@ -75,7 +68,8 @@ QString LoadToolbarButtons(frmMDIMain *frame)
 
 void SetupHelpAndToolbar(frmMDIMain *frame)
 {
-    g_helpFile = ProgramFolder::file(QStringLiteral("help/index.html"));
+    // The help lives in the program folder's help/ (HelpViewer::contentsFile);
+    // nothing needs setting up for it here.
     basGlobals::strLastResult = LoadImageList(frame);
     basGlobals::strLastResult = LoadToolbarButtons(frame);
 }

@@ -18,9 +18,6 @@ void SetupHelpAndToolbar(frmMDIMain *frame);
 QString LoadImageList(frmMDIMain *frame);
 QString LoadToolbarButtons(frmMDIMain *frame);
 
-// Where the help contents lie: the program folder's help/index.html.
-QString helpFile();
-
 // Starts the start-up clock; main() calls it first thing.
 void markProcessStart();
 

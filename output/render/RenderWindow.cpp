@@ -55,12 +55,6 @@ void RenderWindow::loadChoices()
     m_business->ShowComboTime(this);
 }
 
-int RenderWindow::soilCount() const
-{
-    const auto soils = m_business->dataLayer().Datasets().value(QStringLiteral("Soil"));
-    return soils && soils->isOpen() ? soils->RecordCount() : 0;
-}
-
 int RenderWindow::flowCount() const
 {
     return cmbFlow->count();
@@ -71,35 +65,33 @@ int RenderWindow::timeCount() const
     return cmbTime->count();
 }
 
-bool RenderWindow::hasSoil(int soilNumber) const
+std::optional<QString> RenderWindow::soilName(int soilNumber) const
 {
     const auto soils = m_business->dataLayer().Datasets().value(QStringLiteral("Soil"));
     if (!soils || !soils->isOpen())
-        return false;
+        return std::nullopt;
     const int key = soils->fieldIndex(QStringLiteral("SoilTypeNo"));
+    const int name = soils->fieldIndex(QStringLiteral("Name"));
     const QVector<QVector<QVariant>> rows = soils->GetRows();
-    if (key < 0 || key >= rows.size())
-        return false;
-    for (const QVariant &v : rows.at(key))
-        if (v.toInt() == soilNumber)
-            return true;
-    return false;
+    if (key < 0 || name < 0 || key >= rows.size() || name >= rows.size())
+        return std::nullopt;
+    for (int r = 0; r < rows.at(key).size(); ++r)
+        if (rows.at(key).at(r).toInt() == soilNumber)
+            return rows.at(name).at(r).toString();
+    return std::nullopt;
+}
+
+bool RenderWindow::hasSoil(int soilNumber) const
+{
+    return soilName(soilNumber).has_value();
 }
 
 void RenderWindow::select(const Selection &selection)
 {
     // The soil label carries the soil's name and, in its tag, its number, as
     // the soil chooser leaves it.
-    const auto soils = m_business->dataLayer().Datasets().value(QStringLiteral("Soil"));
-    if (soils && soils->isOpen()) {
-        const int key = soils->fieldIndex(QStringLiteral("SoilTypeNo"));
-        const int name = soils->fieldIndex(QStringLiteral("Name"));
-        const QVector<QVector<QVariant>> rows = soils->GetRows();
-        if (key >= 0 && name >= 0 && key < rows.size() && name < rows.size())
-            for (int r = 0; r < rows.at(key).size(); ++r)
-                if (rows.at(key).at(r).toInt() == selection.soil)
-                    lblSoilDes->setText(rows.at(name).at(r).toString());
-    }
+    if (const std::optional<QString> name = soilName(selection.soil))
+        lblSoilDes->setText(*name);
     lblSoilDes->setProperty("Tag", QString::number(selection.soil));
     cmbFlow->setCurrentIndex(selection.flow - 1);
     cmbTime->setCurrentIndex(selection.time - 1);

@@ -4,6 +4,7 @@
 #include <QString>
 #include <QWidget>
 #include <memory>
+#include <optional>
 
 class QCheckBox;
 class QComboBox;
@@ -37,7 +38,6 @@ public:
     // Fills the soil, flow and time choices from the database. Database
     // failures are thrown as UlvexError.
     void loadChoices();
-    int soilCount() const;
     int flowCount() const;
     int timeCount() const;
     bool hasSoil(int soilNumber) const;
@@ -58,6 +58,9 @@ public:
     QString save(const QString &fileName, const QSize &size) const;
 
 private:
+    // The name of the soil with this number in the "Soil" dataset, if any.
+    std::optional<QString> soilName(int soilNumber) const;
+
     std::unique_ptr<clsBusinessLayer> m_business;
     QLabel *lblSoilDes = nullptr;
     QComboBox *cmbFlow = nullptr;
