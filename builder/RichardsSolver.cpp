@@ -18,7 +18,36 @@ RichardsSolver::RichardsSolver(const SoilModel& soil, const AxisymmetricMesh& me
     m_theta.assign(m_mesh.cells(), 0.0);
     m_sources.assign(m_mesh.cells(), 0.0);
     m_nextStep = m_set.firstStep;
+    if (m_set.integralMeanConductivity)
+        m_kirchhoff = std::make_unique<KirchhoffTable>(m_soil);
     buildPattern();
+}
+
+double RichardsSolver::integralMean(double ha, double hb, double ka, double kb, double pa,
+                                    double pb)
+{
+    const double dh = ha - hb;
+    // equal heads: the two means agree (and the secant would lose its digits)
+    return std::fabs(dh) < 1e-6 ? 0.5 * (ka + kb) : (pa - pb) / dh;
+}
+
+double RichardsSolver::faceConductivity(double ha, double hb, double ka, double kb, double pa,
+                                        double pb) const
+{
+    const double arithmetic = 0.5 * (ka + kb);
+    if (!m_kirchhoff)
+        return arithmetic;
+    const double integral = integralMean(ha, hb, ka, kb, pa, pb);
+    const double band = m_set.saturatedBlendBand;
+    if (band <= 0)
+        return integral;
+    const double x = (std::max(ha, hb) - (m_kirchhoff->topHead() - band)) / band;
+    if (x <= 0)
+        return integral;
+    if (x >= 1)
+        return arithmetic;
+    const double w = x * x * (3 - 2 * x);   // smooth, so that Picard sees no jump
+    return (1 - w) * integral + w * arithmetic;
 }
 
 void RichardsSolver::setUniformHead(double h)
@@ -292,9 +321,19 @@ bool RichardsSolver::solveLinear(const std::vector<SoilModel::Point>& pts,
             val[m_diag[i]] += v * pts[i].capacity;
             rhs[i] = v * (pts[i].capacity * hm[i] - pts[i].theta + m_theta[i]) + m_sources[i];
         }
+    if (m_kirchhoff) {
+        // most of the domain sits untouched at the initial head
+        const double untouched = m_kirchhoff->phi(m_cachedHead);
+        m_phi.resize(n);
+        for (int i = 0; i < n; ++i)
+            m_phi[i] = hm[i] == m_cachedHead ? untouched : m_kirchhoff->phi(hm[i]);
+    } else {
+        m_phi.assign(n, 0.0);
+    }
     // interior faces
     for (const Face& f : m_faces) {
-        const double k = 0.5 * (pts[f.a].k + pts[f.b].k);
+        const double k = faceConductivity(hm[f.a], hm[f.b], pts[f.a].k, pts[f.b].k, m_phi[f.a],
+                                          m_phi[f.b]);
         const double c = f.t * k;
         val[f.paa] += c;
         val[f.pbb] += c;
@@ -326,7 +365,8 @@ bool RichardsSolver::solveLinear(const std::vector<SoilModel::Point>& pts,
                 continue;
             }
             const double hb = bc.values[j];
-            const double k = 0.5 * (m_soil.conductivity(hb) + pts[cell].k);
+            const double k = faceConductivity(hb, hm[cell], m_soil.conductivity(hb), pts[cell].k,
+                                              m_kirchhoff ? m_kirchhoff->phi(hb) : 0.0, m_phi[cell]);
             double area, dist, g = 0;
             if (side == Side::Outer) {
                 area = 2.0 * M_PI * m_mesh.rFaces().back() * m_mesh.dz(j);
@@ -370,7 +410,12 @@ bool RichardsSolver::solveLinear(const std::vector<SoilModel::Point>& pts,
         m_pg.resize(nr);
         const double dist = 0.5 * m_mesh.dz(0);
         for (int j = 0; j < nr; ++j) {
-            const double k = 0.5 * (m_soil.ks() + pts[m_mesh.index(j, 0)].k);
+            const int cell = m_mesh.index(j, 0);
+            // the disc side stays at h = 0, so the integral mean cannot make
+            // the iteration cycle here and needs no blending
+            const double k = m_kirchhoff ? integralMean(0.0, hm[cell], m_soil.ks(), pts[cell].k,
+                                                        m_kirchhoff->phi(0.0), m_phi[cell])
+                                         : 0.5 * (m_soil.ks() + pts[cell].k);
             m_pa[j] = m_mesh.ringArea(j) / dist * k;
             m_pg[j] = m_mesh.ringArea(j) * k;
         }

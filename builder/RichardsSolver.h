@@ -1,12 +1,14 @@
 #pragma once
 
 #include "builder/AxisymmetricMesh.h"
+#include "builder/KirchhoffTable.h"
 #include "builder/SoilModel.h"
 #include "builder/SolverSettings.h"
 
 #include <Eigen/Sparse>
 #include <Eigen/SparseCholesky>
 
+#include <memory>
 #include <vector>
 
 namespace builder {
@@ -15,7 +17,9 @@ namespace builder {
 // mesh (z downward), integrated implicitly in time with the modified Picard
 // iteration: each iteration solves
 //   V C^m (h^{m+1} - h^m)/dt + V (theta^m - theta^n)/dt = sum of face flows + sources
-// with conductivities (arithmetic face means) from iterate m. The linear system is
+// with face conductivities from iterate m (integral means of K between the two
+// cells' heads, blending into the arithmetic mean near saturation; see
+// SolverSettings). The linear system is
 // symmetric positive definite and is solved with a sparse LDL^T factorisation
 // whose ordering is computed once per mesh. Water is conserved to the Picard
 // tolerance: storage change equals the inflow booked at every step.
@@ -90,6 +94,11 @@ private:
 
     void buildPattern();
     SoilModel::Point pointAt(double h) const;
+    static double integralMean(double ha, double hb, double ka, double kb, double pa, double pb);
+    // conductivity of a face between cells with heads ha, hb, conductivities
+    // ka, kb and Kirchhoff potentials pa, pb
+    double faceConductivity(double ha, double hb, double ka, double kb, double pa,
+                            double pb) const;
     void evaluate(const std::vector<double>& h, std::vector<SoilModel::Point>& pts) const;
     bool solveLinear(const std::vector<SoilModel::Point>& pts, const std::vector<double>& hm,
                      double dt, std::vector<double>& hOut, double& inflowRate);
@@ -101,6 +110,8 @@ private:
     SolverSettings m_set;
 
     std::vector<double> m_h, m_theta, m_sources;
+    std::unique_ptr<KirchhoffTable> m_kirchhoff;   // only with integral means
+    std::vector<double> m_phi;                     // Kirchhoff potential of each cell
     Boundary m_bc[3];
     double m_pondFlow = 0, m_pondMinRadius = 0;
     bool m_pond = false;

@@ -24,6 +24,8 @@ public:
     virtual double thetaS() const = 0;
     virtual double thetaR() const = 0;
     virtual double ks() const = 0;
+    // the head from which on the soil is saturated (K = Ks)
+    virtual double saturationHead() const { return 0.0; }
 };
 
 } // namespace builder

@@ -9,7 +9,12 @@ std::string SolverSettings::describe() const
     std::ostringstream o;
     o << "mixed-form Richards, modified Picard, axisymmetric finite volumes;"
       << " Mualem l=" << poreConnectivity << "; air-entry h_s=" << airEntryHead
-      << " m for n<" << airEntryMaxN << "; source radius=" << sourceRadius
+      << " m for n<" << airEntryMaxN << "; face K=";
+    if (integralMeanConductivity)
+        o << "integral mean, arithmetic within " << saturatedBlendBand << " m of saturation";
+    else
+        o << "arithmetic mean";
+    o << "; source radius=" << sourceRadius
       << " m; min disc radius=" << minDiscRadius << " m; finest cell=" << finestCell / refinement
       << " m; growth=" << growth << "; cells across bulb=" << cellsAcrossBulb * refinement
       << "; grow trigger=" << growTrigger << "; max step=" << maxStep

@@ -24,6 +24,18 @@ struct SolverSettings
     double airEntryHead = -0.02;
     double airEntryMaxN = 1.6;
 
+    // --- conductivity between cells -----------------------------------------
+    // Faces carry the integral mean of K between the heads of their two cells
+    // (see KirchhoffTable). Into dry soil K falls by orders of magnitude across
+    // one cell, and the arithmetic mean, dominated by the wet cell, lets water
+    // run about a cell ahead of the true front on a coarse mesh. Next to a
+    // saturated or pressurised cell, however, the integral mean changes so
+    // much with that cell's head that the Picard iteration cycles, so within
+    // `saturatedBlendBand` below saturation (of the wetter cell) it blends
+    // smoothly into the arithmetic mean. false: arithmetic means throughout.
+    bool integralMeanConductivity = true;
+    double saturatedBlendBand = 0.5;
+
     // --- emitter ------------------------------------------------------------
     double sourceRadius = 0.01;      // buried emitter: sphere receiving the flow
     double minDiscRadius = 0.01;     // surface emitter: smallest source disc

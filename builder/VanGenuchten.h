@@ -19,6 +19,7 @@ public:
     double thetaR() const override { return m_thetaR; }
     double ks() const override { return m_ks; }
     double airEntryHead() const { return m_hs; }
+    double saturationHead() const override { return m_hs; }
 
 private:
     double m_thetaR, m_thetaS, m_alpha, m_n, m_m, m_ks, m_l, m_hs;

@@ -2,6 +2,7 @@
 #include "builder/AxisymmetricMesh.h"
 #include "builder/FrontTracker.h"
 #include "builder/GardnerSoil.h"
+#include "builder/KirchhoffTable.h"
 #include "builder/VanGenuchten.h"
 #include "builder/WettingSimulation.h"
 #include "tests/builder/SolverTestSoils.h"
@@ -20,6 +21,8 @@ private slots:
     void vanGenuchtenAirEntry();
     void capacityIsDerivativeOfWaterContent();
     void gardner();
+    void kirchhoffOfGardnerSoil();
+    void kirchhoffOfVanGenuchtenSoil();
     void airEntryOnlyForSmallN();
     void gradedMesh();
     void frontOfKnownField();
@@ -86,6 +89,61 @@ void TestSolverParts::gardner()
     QCOMPARE(g.at(0.0).k, 1e-5);
     QVERIFY(std::fabs(g.at(-1.0).k - 1e-5 * std::exp(-2.0)) < 1e-18);
     QVERIFY(std::fabs(g.at(-1.0).theta - (0.05 + 0.4 * std::exp(-2.0))) < 1e-15);
+}
+
+void TestSolverParts::kirchhoffOfGardnerSoil()
+{
+    // Phi = Ks / alpha exp(alpha h) below saturation, then growing with slope Ks
+    // (cubic interpolation between nodes 0.6 % apart: about 1e-7 of Phi at -7.5 m)
+    const double alpha = 2.0, ks = 1e-6;
+    GardnerSoil soil(0.05, 0.4, alpha, ks);
+    KirchhoffTable table(soil);
+    QCOMPARE(table.topHead(), 0.0);
+    for (double h : {-1e-6, -0.003, -0.05, -0.4, -1.0, -3.0, -7.5}) {
+        const double exact = ks / alpha * std::exp(alpha * h);
+        QVERIFY2(std::fabs(table.phi(h) / exact - 1) < 1e-6, qPrintable(QString::number(h)));
+    }
+    QVERIFY(std::fabs(table.phi(0.7) - (ks / alpha + 0.7 * ks)) < 1e-15);
+}
+
+void TestSolverParts::kirchhoffOfVanGenuchtenSoil()
+{
+    // Loam with the air-entry modification: the table starts at h_s
+    VanGenuchten vg(0.078, 0.43, 3.6, 1.56, 2.9e-6, 0.5, -0.02);
+    KirchhoffTable table(vg);
+    QCOMPARE(table.topHead(), -0.02);
+    // differences of Phi against a fine Simpson integration of K, in log-spaced
+    // pieces (K changes by orders of magnitude over a metre)
+    auto integral = [&](double lo, double hi) {
+        double sum = 0;
+        const int pieces = 400, steps = 200;
+        for (int p = 0; p < pieces; ++p) {
+            const double a = hi - (hi - lo) * std::pow(double(p) / pieces, 3);
+            const double b = hi - (hi - lo) * std::pow(double(p + 1) / pieces, 3);
+            const double d = (a - b) / steps;
+            double part = vg.conductivity(a) + vg.conductivity(b);
+            for (int i = 1; i < steps; ++i)
+                part += (i % 2 ? 4 : 2) * vg.conductivity(b + i * d);
+            sum += part * d / 3;
+        }
+        return sum;
+    };
+    for (double h : {-0.021, -0.05, -0.3, -1.0, -4.0, -10.0}) {
+        const double expected = integral(h, -0.02);
+        const double got = table.phi(-0.02) - table.phi(h);
+        QVERIFY2(std::fabs(got / expected - 1) < 1e-6, qPrintable(QString::number(h)));
+    }
+    // the slope of Phi is K, and the secant between two heads (the integral
+    // mean the solver uses) lies between their conductivities
+    for (double h : {-0.025, -0.2, -2.0, -9.0}) {
+        const double d = 1e-5 * std::fabs(h);
+        const double slope = (table.phi(h + d) - table.phi(h - d)) / (2 * d);
+        QVERIFY(std::fabs(slope / vg.conductivity(h) - 1) < 1e-4);
+        const double secant = (table.phi(h) - table.phi(10 * h)) / (h - 10 * h);
+        QVERIFY(secant < vg.conductivity(h) && secant > vg.conductivity(10 * h));
+    }
+    // saturated: slope Ks
+    QVERIFY(std::fabs((table.phi(0.5) - table.phi(-0.02)) / 0.52 - vg.ks()) < 1e-12 * vg.ks() + 1e-18);
 }
 
 void TestSolverParts::airEntryOnlyForSmallN()
