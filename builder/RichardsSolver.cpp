@@ -555,4 +555,91 @@ void RichardsSolver::growMesh(const AxisymmetricMesh& mesh, int rowsAddedAtTop, 
     buildPattern();
 }
 
+namespace {
+struct Overlap
+{
+    int from, to;     // cell index along one axis in the old and the new mesh
+    double amount;    // shared length, or shared ring area
+};
+
+// overlaps between the cells of two sorted face lists over the same start;
+// `rings` measures them as ring areas about the axis
+std::vector<Overlap> overlaps(const std::vector<double>& from, const std::vector<double>& to,
+                              bool rings)
+{
+    std::vector<Overlap> out;
+    size_t i = 0, j = 0;
+    while (i + 1 < from.size() && j + 1 < to.size()) {
+        const double lo = std::max(from[i], to[j]), hi = std::min(from[i + 1], to[j + 1]);
+        if (hi > lo)
+            out.push_back({int(i), int(j), rings ? M_PI * (hi * hi - lo * lo) : hi - lo});
+        if (from[i + 1] < to[j + 1])
+            ++i;
+        else
+            ++j;
+    }
+    return out;
+}
+} // namespace
+
+void RichardsSolver::remesh(const AxisymmetricMesh& mesh, double fillHead)
+{
+    const AxisymmetricMesh old = m_mesh;
+    const int n = mesh.cells(), nr = mesh.columns();
+    std::vector<double> water(n, 0.0), covered(n, 0.0), headSum(n, 0.0), sources(n, 0.0);
+    std::vector<char> untouched(n, 1);
+    const std::vector<Overlap> inR = overlaps(old.rFaces(), mesh.rFaces(), true);
+    const std::vector<Overlap> inZ = overlaps(old.zFaces(), mesh.zFaces(), false);
+    for (const Overlap& z : inZ)
+        for (const Overlap& r : inR) {
+            const int from = old.index(r.from, z.from), to = mesh.index(r.to, z.to);
+            const double v = z.amount * r.amount;
+            water[to] += v * m_theta[from];
+            covered[to] += v;
+            headSum[to] += v * m_h[from];
+            sources[to] += m_sources[from] * v / old.volume(r.from, z.from);
+            if (m_h[from] != fillHead)
+                untouched[to] = 0;
+        }
+    const double fillTheta = m_soil.theta(fillHead);
+    const double top = m_soil.saturationHead();
+    std::vector<double> h(n);
+    for (int i = 0; i < n; ++i) {
+        if (untouched[i]) {
+            h[i] = fillHead;
+            continue;
+        }
+        const double volume = mesh.volume(i % nr, i / nr);
+        const double beyond = std::max(volume - covered[i], 0.0);
+        const double theta = (water[i] + beyond * fillTheta) / volume;
+        if (theta >= m_soil.thetaS() * (1 - 1e-13)) {
+            h[i] = std::max(top, (headSum[i] + beyond * fillHead) / volume);
+            continue;
+        }
+        // theta(h) falls monotonically below saturation: bisect on log(top - h)
+        double wet = std::log(1e-12), dry = std::log(1e5);
+        for (int k = 0; k < 200 && dry - wet > 1e-15; ++k) {
+            const double mid = 0.5 * (wet + dry);
+            if (m_soil.theta(top - std::exp(mid)) > theta)
+                wet = mid;
+            else
+                dry = mid;
+        }
+        h[i] = top - std::exp(0.5 * (wet + dry));
+    }
+    const double pondRadius = m_pondRadius;
+    m_mesh = mesh;
+    m_sources = sources;
+    setHeads(h);
+    m_lastChange.clear();
+    if (m_pond) {
+        m_pondK = 0;
+        while (m_pondK < m_mesh.columns()
+               && m_mesh.rFaces()[m_pondK + 1] <= pondRadius * (1 + 1e-9))
+            ++m_pondK;
+        m_pondRadius = m_mesh.rFaces()[m_pondK];
+    }
+    buildPattern();
+}
+
 } // namespace builder

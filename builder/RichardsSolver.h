@@ -67,6 +67,13 @@ public:
     // `rowsAddedAtTop` rows; new cells start at `fillHead`. Fixed-head and
     // fixed-inflow sides are not carried over (they are for fixed domains).
     void growMesh(const AxisymmetricMesh& mesh, int rowsAddedAtTop, double fillHead);
+    // Moves the state to another mesh that covers at least the present domain,
+    // conserving the water: each new cell gets the volume-weighted water
+    // content of the old cells it overlaps (the initial state where it reaches
+    // beyond them) and the head that gives that water content; saturated
+    // cells keep the volume-weighted head. Sources move with the overlapped
+    // volumes, a ponded disc keeps its radius (to the nearest face inside it).
+    void remesh(const AxisymmetricMesh& mesh, double fillHead);
 
     const AxisymmetricMesh& mesh() const { return m_mesh; }
     const std::vector<double>& heads() const { return m_h; }

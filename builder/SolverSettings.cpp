@@ -17,6 +17,7 @@ std::string SolverSettings::describe() const
     o << "; source radius=" << sourceRadius
       << " m; min disc radius=" << minDiscRadius << " m; finest cell=" << finestCell / refinement
       << " m; growth=" << growth << "; cells across bulb=" << cellsAcrossBulb * refinement
+      << (remesh ? "; remeshed at 1, 2, 4, 8, 16 h" : "")
       << "; grow trigger=" << growTrigger << "; max step=" << maxStep
       << " s; max theta change/step=" << maxThetaChange << "; head tol=" << headTolerance
       << " m+" << headRelTolerance << "|h|; theta tol=" << thetaTolerance

@@ -48,8 +48,13 @@ struct SolverSettings
     // finest and largest sizes halve and the growth factor becomes its root).
     double finestCell = 0.0025;
     double growth = 1.12;
-    double cellsAcrossBulb = 25.0;
+    double cellsAcrossBulb = 28.0;
     double refinement = 1.0;
+    // The largest cells are sized for the bulb at a horizon time. Without
+    // remeshing that is the end of the run; with it, one hour to begin with,
+    // and at hours 1, 2, 4, 8 and 16 the run moves (conserving the water) to a
+    // mesh sized for twice that time.
+    bool remesh = true;
     // The domain starts a little larger than the estimated bulb and grows
     // (new cells at the initial state) whenever the water content at its edge
     // rises by more than growTrigger x (theta_s - theta_initial).

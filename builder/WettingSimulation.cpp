@@ -64,29 +64,39 @@ CaseResult WettingSimulation::run()
     }
     const double threshold = thetaI + m_spec.frontThreshold * span;
 
-    // Size of the wetted bulb if the water filled half the available pore
-    // space: sets the largest cells and the starting domain.
-    const double volume = flow * duration / (0.5 * span);
-    const double scale = buried ? std::cbrt(3.0 * volume / (4.0 * M_PI))
-                                : std::cbrt(3.0 * volume / (2.0 * M_PI));
+    // The mesh is sized for the bulb expected at a horizon time: its largest
+    // cells are 1/cellsAcrossBulb of the radius the bulb would have if the
+    // water filled half the available pore space, and the domain starts at
+    // that radius. With remeshing the first horizon is one hour and the mesh
+    // is rebuilt for twice the time at hours 1, 2, 4, 8 and 16, so that the
+    // small fronts of the first hours lie in cells sized for them rather than
+    // for the 24 h bulb.
     const double finest = m_set.finestCell / m_set.refinement;
-    const double largest = std::max(finest, scale / m_set.cellsAcrossBulb / m_set.refinement);
     const double core = m_set.sourceRadius;
     const double growth = std::pow(m_set.growth, 1.0 / m_set.refinement);
-    const double start = std::max(m_set.initialDomainFactor * scale, 3.0 * core);
-
-    std::vector<double> rf = AxisymmetricMesh::gradedFaces(0.0, 1.0, start, finest, core,
-                                                           growth, largest);
-    std::vector<double> zf = AxisymmetricMesh::gradedFaces(0.0, 1.0, start, finest, core,
-                                                           growth, largest);
-    if (buried) {
-        std::vector<double> up = AxisymmetricMesh::gradedFaces(0.0, -1.0, start, finest, core,
-                                                               growth, largest);
-        std::reverse(up.begin(), up.end());
-        up.pop_back();  // 0 is already in zf
-        zf.insert(zf.begin(), up.begin(), up.end());
-    }
-    AxisymmetricMesh mesh(rf, zf);
+    double largest = finest;
+    // faces for a horizon; each side at least as long as asked for
+    auto meshFor = [&](double horizon, double radius, double depth, double height) {
+        const double volume = flow * horizon / (0.5 * span);
+        const double scale = buried ? std::cbrt(3.0 * volume / (4.0 * M_PI))
+                                    : std::cbrt(3.0 * volume / (2.0 * M_PI));
+        largest = std::max(finest, scale / m_set.cellsAcrossBulb / m_set.refinement);
+        const double start = std::max(m_set.initialDomainFactor * scale, 3.0 * core);
+        std::vector<double> rf = AxisymmetricMesh::gradedFaces(
+            0.0, 1.0, std::max(start, radius), finest, core, growth, largest);
+        std::vector<double> zf = AxisymmetricMesh::gradedFaces(
+            0.0, 1.0, std::max(start, depth), finest, core, growth, largest);
+        if (buried) {
+            std::vector<double> up = AxisymmetricMesh::gradedFaces(
+                0.0, -1.0, std::max(start, height), finest, core, growth, largest);
+            std::reverse(up.begin(), up.end());
+            up.pop_back();  // 0 is already in zf
+            zf.insert(zf.begin(), up.begin(), up.end());
+        }
+        return AxisymmetricMesh(rf, zf);
+    };
+    const double firstHorizon = m_set.remesh ? std::min(3600.0, duration) : duration;
+    AxisymmetricMesh mesh = meshFor(firstHorizon, 0, 0, 0);
     RichardsSolver solver(*soil, mesh, m_set);
     solver.setUniformHead(h0);
 
@@ -196,6 +206,15 @@ CaseResult WettingSimulation::run()
         row.down = extent.down;
         row.up = buried ? extent.up : 0.0;
         result.fronts.push_back(row);
+        // hours 1, 2, 4, 8, 16: a mesh for twice the time, over at least the
+        // present domain
+        if (m_set.remesh && hour < m_spec.hours && (hour & (hour - 1)) == 0) {
+            const AxisymmetricMesh& m = solver.mesh();
+            solver.remesh(meshFor(3600.0 * std::min(2 * hour, m_spec.hours), m.rFaces().back(),
+                                  m.zFaces().back(), -m.zFaces().front()),
+                          h0);
+            ++m_remeshes;
+        }
         if (extent.touchesOuter || extent.touchesBottom || (buried && extent.touchesTop))
             result.reachedBoundary = true;
     }

@@ -37,13 +37,14 @@ public:
     double finalDepth() const { return m_finalDepth; }
     double finalHeight() const { return m_finalHeight; }
     int growths() const { return m_growths; }
+    int remeshes() const { return m_remeshes; }
     double pondRadius() const { return m_pondRadius; }
     double bookedMassBalanceError() const { return m_bookedError; }
 
 private:
     CaseSpec m_spec;
     SolverSettings m_set;
-    int m_finalCells = 0, m_growths = 0;
+    int m_finalCells = 0, m_growths = 0, m_remeshes = 0;
     double m_finalRadius = 0, m_finalDepth = 0, m_finalHeight = 0, m_pondRadius = 0;
     double m_bookedError = 0;
 };

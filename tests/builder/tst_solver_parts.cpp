@@ -3,6 +3,7 @@
 #include "builder/FrontTracker.h"
 #include "builder/GardnerSoil.h"
 #include "builder/KirchhoffTable.h"
+#include "builder/RichardsSolver.h"
 #include "builder/VanGenuchten.h"
 #include "builder/WettingSimulation.h"
 #include "tests/builder/SolverTestSoils.h"
@@ -25,6 +26,7 @@ private slots:
     void kirchhoffOfVanGenuchtenSoil();
     void airEntryOnlyForSmallN();
     void gradedMesh();
+    void remeshKeepsWater();
     void frontOfKnownField();
     void frontMovesSmoothly();
 };
@@ -196,6 +198,75 @@ std::vector<double> cone(const AxisymmetricMesh& m, double r0, double zScale)
         }
     return th;
 }
+}
+
+void TestSolverParts::remeshKeepsWater()
+{
+    // a wetted region (saturated and pressurised cells in the middle, drier
+    // outward) on one mesh, moved to a coarser and larger one
+    VanGenuchten loam(0.078, 0.43, 3.6, 1.56, 2.9e-6, 0.5, -0.02);
+    const double h0 = -6.0;
+    const AxisymmetricMesh fine(AxisymmetricMesh::gradedFaces(0, 1, 0.3, 0.0025, 0.01, 1.12, 0.02),
+                                AxisymmetricMesh::gradedFaces(0, 1, 0.4, 0.0025, 0.01, 1.12, 0.02));
+    RichardsSolver solver(loam, fine, SolverSettings());
+    solver.setUniformHead(h0);
+    std::vector<double> h(fine.cells(), h0), src(fine.cells(), 0.0);
+    for (int iz = 0; iz < fine.rows(); ++iz)
+        for (int ir = 0; ir < fine.columns(); ++ir) {
+            const double d = std::hypot(fine.rCentre(ir), fine.zCentre(iz));
+            if (d < 0.2)
+                h[fine.index(ir, iz)] = d < 0.03 ? 0.5 - 10 * d : -30 * (d - 0.03) * (d - 0.03) - 0.01;
+            if (d < 0.01)
+                src[fine.index(ir, iz)] = 1e-7;
+        }
+    solver.setHeads(h);
+    solver.setSources(src);
+    const double before = solver.storage();
+    const AxisymmetricMesh coarse(AxisymmetricMesh::gradedFaces(0, 1, 0.5, 0.0025, 0.01, 1.2, 0.04),
+                                  AxisymmetricMesh::gradedFaces(0, 1, 0.6, 0.0025, 0.01, 1.2, 0.04));
+    solver.remesh(coarse, h0);
+    QCOMPARE(solver.mesh().cells(), coarse.cells());
+    // the water of the old domain plus the initial state where the new one
+    // reaches beyond it
+    double newVolume = 0;
+    for (int iz = 0; iz < coarse.rows(); ++iz)
+        for (int ir = 0; ir < coarse.columns(); ++ir)
+            newVolume += coarse.volume(ir, iz);
+    const double expected = before + loam.theta(h0) * (newVolume - M_PI * fine.rFaces().back() * fine.rFaces().back() * fine.zFaces().back());
+    QVERIFY2(std::fabs(solver.storage() / expected - 1) < 1e-12,
+             qPrintable(QStringLiteral("%1 against %2").arg(solver.storage()).arg(expected)));
+    // the pressurised cells stay saturated, the far soil exactly at its head
+    QVERIFY(solver.heads()[coarse.index(0, 0)] > 0);
+    QCOMPARE(solver.heads()[coarse.index(coarse.columns() - 1, coarse.rows() - 1)], h0);
+    // every new cell holds the water of the old cells it overlaps, cell by cell
+    // (the initial state where it reaches beyond them)
+    std::vector<double> oldTheta(fine.cells());
+    for (int i = 0; i < fine.cells(); ++i)
+        oldTheta[i] = loam.theta(h[i]);
+    double worst = 0;
+    for (int jz = 0; jz < coarse.rows(); ++jz)
+        for (int jr = 0; jr < coarse.columns(); ++jr) {
+            double water = 0, covered = 0;
+            for (int iz = 0; iz < fine.rows(); ++iz) {
+                const double dz = std::min(fine.zFaces()[iz + 1], coarse.zFaces()[jz + 1])
+                                  - std::max(fine.zFaces()[iz], coarse.zFaces()[jz]);
+                if (dz <= 0)
+                    continue;
+                for (int ir = 0; ir < fine.columns(); ++ir) {
+                    const double lo = std::max(fine.rFaces()[ir], coarse.rFaces()[jr]);
+                    const double hi = std::min(fine.rFaces()[ir + 1], coarse.rFaces()[jr + 1]);
+                    if (hi <= lo)
+                        continue;
+                    const double v = dz * M_PI * (hi * hi - lo * lo);
+                    water += v * oldTheta[fine.index(ir, iz)];
+                    covered += v;
+                }
+            }
+            const double v = coarse.volume(jr, jz);
+            const double expectedTheta = (water + (v - covered) * loam.theta(h0)) / v;
+            worst = std::max(worst, std::fabs(solver.thetas()[coarse.index(jr, jz)] - expectedTheta));
+        }
+    QVERIFY2(worst < 1e-12, qPrintable(QString::number(worst)));
 }
 
 void TestSolverParts::frontOfKnownField()
