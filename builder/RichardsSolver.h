@@ -107,8 +107,10 @@ private:
     double faceConductivity(double ha, double hb, double ka, double kb, double pa,
                             double pb) const;
     void evaluate(const std::vector<double>& h, std::vector<SoilModel::Point>& pts) const;
+    // `reuse`: solve for the correction to hm with the factorisation of an
+    // earlier iteration of this step instead of factorising anew
     bool solveLinear(const std::vector<SoilModel::Point>& pts, const std::vector<double>& hm,
-                     double dt, std::vector<double>& hOut, double& inflowRate);
+                     double dt, bool reuse, std::vector<double>& hOut, double& inflowRate);
     void solvePond(const Eigen::VectorXd& rhs0, std::vector<double>& hOut, double& inflowRate);
     int boundaryCell(Side side, int i) const;
 

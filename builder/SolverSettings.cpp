@@ -21,7 +21,8 @@ std::string SolverSettings::describe() const
       << "; grow trigger=" << growTrigger << "; max step=" << maxStep
       << " s; max theta change/step=" << maxThetaChange << "; head tol=" << headTolerance
       << " m+" << headRelTolerance << "|h|; theta tol=" << thetaTolerance
-      << "; storage tol=" << storageTolerance;
+      << "; storage tol=" << storageTolerance
+      << (chordIterations ? "; chord iterations" : "");
     return o.str();
 }
 

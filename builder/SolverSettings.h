@@ -77,6 +77,9 @@ struct SolverSettings
     // largest share of the water moved in a step that the linearised storage
     // terms of the last iteration may miss (this is what the mass balance sees)
     double storageTolerance = 1e-3;
+    // after a step's first iteration, solve with that iteration's
+    // factorisation (chord iterations; not under a ponded disc)
+    bool chordIterations = true;
     double maxThetaChange = 0.05;    // largest water-content change per step
 
     // A readable one-line summary, stored with the results.
