@@ -3,6 +3,7 @@
 // composed and written as a two-page PDF (each graph drawn afresh at 300 dpi).
 // Also the same document composed as preview pages. Uses the shipped database
 // when there is one, otherwise the test database.
+#include "BenchProgramFolder.h"
 #include "BenchStats.h"
 
 #include "output/PrintControl.h"
@@ -12,7 +13,6 @@
 #include "shell/basGlobals.h"
 #include "shell/basMain.h"
 #include "shell/frmMDIMain.h"
-#include "tests/common/TestDatabase.h"
 
 #include <QApplication>
 #include <QDir>
@@ -28,10 +28,7 @@ int main(int argc, char **argv)
     ResourceImages::registerFontSubstitutes();
     QTemporaryDir dir;
     ProgramFolder::setOverride(dir.path());
-    if (QFile::exists(QStringLiteral(ULVEX_SHIPPED_DB)))
-        QFile::copy(QStringLiteral(ULVEX_SHIPPED_DB), dir.filePath(QStringLiteral("trickle.db")));
-    else
-        TestDatabase::create(dir.path());
+    fillBenchProgramFolder(dir.path());
     QDir(dir.path()).mkpath(QStringLiteral("Images"));
     QFile::copy(QStringLiteral(ULVEX_LOGO), dir.filePath(QStringLiteral("Images/UlvexLogo.jpg")));
 

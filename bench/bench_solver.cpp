@@ -74,12 +74,8 @@ int main(int argc, char** argv)
                     c.e == Emitter::Surface ? "surface" : "buried", a.wallSeconds, b.wallSeconds);
         std::vector<double> change;
         for (size_t i = 0; i < a.fronts.size() && i < b.fronts.size(); ++i) {
-            const FrontRow &fa = a.fronts[i], &fb = b.fronts[i];
-            double d = std::max(std::fabs(fa.r / fb.r - 1), std::fabs(fa.down / fb.down - 1));
-            if (fb.up > 0)
-                d = std::max(d, std::fabs(fa.up / fb.up - 1));
-            change.push_back(100 * d);
-            std::printf(" %4d", fa.hour);
+            change.push_back(100 * solvertest::largestChange(a.fronts[i], b.fronts[i]));
+            std::printf(" %4d", a.fronts[i].hour);
         }
         std::printf("\n  %%:   ");
         int lastOver = 0;

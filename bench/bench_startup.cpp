@@ -4,6 +4,7 @@
 // without the fixed half-second pause. Then the redraw of four windows after a
 // resize of the frame (the windows are tiled again, so every graph is redrawn
 // at its new size). Uses the shipped database when there is one.
+#include "BenchProgramFolder.h"
 #include "BenchStats.h"
 
 #include "graph/GraphEllipse.h"
@@ -13,10 +14,8 @@
 #include "shell/basMain.h"
 #include "shell/frmMDIMain.h"
 #include "simulation/frmMain.h"
-#include "tests/common/TestDatabase.h"
 
 #include <QApplication>
-#include <QFile>
 #include <QTemporaryDir>
 #include <memory>
 
@@ -27,10 +26,7 @@ int main(int argc, char **argv)
     ResourceImages::registerFontSubstitutes();
     QTemporaryDir dir;
     ProgramFolder::setOverride(dir.path());
-    if (QFile::exists(QStringLiteral(ULVEX_SHIPPED_DB)))
-        QFile::copy(QStringLiteral(ULVEX_SHIPPED_DB), dir.filePath(QStringLiteral("trickle.db")));
-    else
-        TestDatabase::create(dir.path());
+    fillBenchProgramFolder(dir.path());
 
     basMain::setSplashAutoAccept(true);
     std::unique_ptr<frmMDIMain> frame(basMain::Main());

@@ -328,14 +328,14 @@ bool RichardsSolver::solveLinear(const std::vector<SoilModel::Point>& pts,
             val[m_diag[i]] += v * pts[i].capacity;
             rhs[i] = v * (pts[i].capacity * hm[i] - pts[i].theta + m_theta[i]) + m_sources[i];
         }
+    // Kirchhoff potentials of the cells (unused, left at zero, with
+    // arithmetic means)
+    m_phi.resize(n);
     if (m_kirchhoff) {
         // most of the domain sits untouched at the initial head
         const double untouched = m_kirchhoff->phi(m_cachedHead);
-        m_phi.resize(n);
         for (int i = 0; i < n; ++i)
             m_phi[i] = hm[i] == m_cachedHead ? untouched : m_kirchhoff->phi(hm[i]);
-    } else {
-        m_phi.assign(n, 0.0);
     }
     // interior faces
     for (const Face& f : m_faces) {

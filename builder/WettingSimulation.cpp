@@ -74,8 +74,10 @@ CaseResult WettingSimulation::run()
     const double finest = m_set.finestCell / m_set.refinement;
     const double core = m_set.sourceRadius;
     const double growth = std::pow(m_set.growth, 1.0 / m_set.refinement);
+    // the largest cell of the present mesh: domain growth extends it with these
     double largest = finest;
-    // faces for a horizon; each side at least as long as asked for
+    // the mesh for a horizon, each side at least as long as asked for; it also
+    // sets `largest` for that mesh
     auto meshFor = [&](double horizon, double radius, double depth, double height) {
         const double volume = flow * horizon / (0.5 * span);
         const double scale = buried ? std::cbrt(3.0 * volume / (4.0 * M_PI))

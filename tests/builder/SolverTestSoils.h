@@ -5,6 +5,8 @@
 // benchmarks of the solver that should not depend on reading the catalogue.
 #include "builder/CaseSpec.h"
 
+#include <algorithm>
+#include <cmath>
 #include <string>
 
 namespace solvertest {
@@ -48,6 +50,16 @@ inline builder::CaseSpec makeCase(int soilNumber, double litresPerHour, double h
     c.emitter = emitter;
     c.hours = hours;
     return c;
+}
+
+// Mesh convergence: the largest relative change of r, z and (above a buried
+// emitter) zminus between the fronts of one hour on a mesh and on a finer one.
+inline double largestChange(const builder::FrontRow& coarse, const builder::FrontRow& fine)
+{
+    double d = std::max(std::fabs(coarse.r / fine.r - 1), std::fabs(coarse.down / fine.down - 1));
+    if (fine.up > 0)
+        d = std::max(d, std::fabs(coarse.up / fine.up - 1));
+    return d;
 }
 
 } // namespace solvertest
