@@ -2,7 +2,7 @@
 // through the low-level routines, each reading the file afresh.
 
 #include "settings/basIndProfile.h"
-#include "shell/ProgramFolder.h"
+#include "base/ProgramFolder.h"
 
 #include <QElapsedTimer>
 #include <QTemporaryDir>

@@ -6,7 +6,7 @@
 
 #include "data/clsDataConLayer.h"
 #include "output/render/RenderWindow.h"
-#include "shell/ProgramFolder.h"
+#include "base/ProgramFolder.h"
 #include "shell/ResourceImages.h"
 #include "tests/common/TestDatabase.h"
 

@@ -8,7 +8,7 @@
 #include "BenchStats.h"
 
 #include "graph/GraphEllipse.h"
-#include "shell/ProgramFolder.h"
+#include "base/ProgramFolder.h"
 #include "shell/ResourceImages.h"
 #include "shell/basGlobals.h"
 #include "shell/basMain.h"

@@ -1,7 +1,7 @@
 #include "builder/DatabaseWriter.h"
 
 #include "builder/TrickleBuildErrors.h"
-#include "shell/UlvexError.h"
+#include "base/UlvexError.h"
 
 #include <sqlite3.h>
 

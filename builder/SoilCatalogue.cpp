@@ -1,7 +1,7 @@
 #include "builder/SoilCatalogue.h"
 
 #include "builder/TrickleBuildErrors.h"
-#include "shell/UlvexError.h"
+#include "base/UlvexError.h"
 
 #include <QFile>
 #include <QLocale>

@@ -3,7 +3,7 @@
 #include "builder/DatabaseWriter.h"
 #include "builder/SoilCatalogue.h"
 #include "builder/TrickleBuildErrors.h"
-#include "shell/UlvexError.h"
+#include "base/UlvexError.h"
 
 #include <QDateTime>
 #include <QDir>

@@ -5,7 +5,7 @@
 #include "builder/TrickleBuild.h"
 #include "builder/TrickleBuildErrors.h"
 #include "builder/WettingSimulation.h"
-#include "shell/UlvexError.h"
+#include "base/UlvexError.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "data/DataErrors.h"
-#include "shell/UlvexError.h"
+#include "base/UlvexError.h"
 
 #include <QString>
 #include <QWidget>

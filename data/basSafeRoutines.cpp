@@ -1,7 +1,7 @@
 #include "data/basSafeRoutines.h"
 
 #include "data/clsRecordset.h"
-#include "shell/UlvexError.h"
+#include "base/UlvexError.h"
 
 #include <QCoreApplication>
 #include <QDateTime>

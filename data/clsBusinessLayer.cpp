@@ -3,7 +3,7 @@
 #include "data/DataErrors.h"
 #include "data/WindowControl.h"
 #include "data/basSafeRoutines.h"
-#include "shell/UlvexError.h"
+#include "base/UlvexError.h"
 
 #include <QCheckBox>
 #include <QComboBox>

@@ -1,8 +1,8 @@
 #include "data/clsDataConLayer.h"
 
 #include "data/DataErrors.h"
-#include "shell/ProgramFolder.h"
-#include "shell/UlvexError.h"
+#include "base/ProgramFolder.h"
+#include "base/UlvexError.h"
 
 #include <QAtomicInteger>
 #include <QFileInfo>

@@ -2,7 +2,7 @@
 
 #include "data/DataErrors.h"
 #include "data/basSafeRoutines.h"
-#include "shell/UlvexError.h"
+#include "base/UlvexError.h"
 
 #include <QSqlDatabase>
 #include <QSqlError>

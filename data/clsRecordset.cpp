@@ -1,7 +1,7 @@
 #include "data/clsRecordset.h"
 
 #include "data/DataErrors.h"
-#include "shell/UlvexError.h"
+#include "base/UlvexError.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "data/clsSourceRecordset.h"
 
 #include "data/DataErrors.h"
-#include "shell/UlvexError.h"
+#include "base/UlvexError.h"
 
 #include <QFileInfo>
 #include <QSqlError>

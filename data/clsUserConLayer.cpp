@@ -6,8 +6,8 @@
 #include "graph/GraphEllipse.h"
 #include "graph/clsData.h"
 #include "settings/basIndProfile.h"
-#include "shell/Twips.h"
-#include "shell/UlvexError.h"
+#include "base/Twips.h"
+#include "base/UlvexError.h"
 
 #include <QCheckBox>
 #include <QComboBox>

@@ -1,6 +1,6 @@
 #include "graph/DrawTarget.h"
 
-#include "shell/Twips.h"
+#include "base/Twips.h"
 
 #include <QCache>
 #include <QFontMetricsF>

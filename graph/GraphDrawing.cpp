@@ -2,8 +2,8 @@
 
 #include "graph/ColorRef.h"
 #include "graph/DrawTarget.h"
-#include "shell/Twips.h"
-#include "shell/UlvexError.h"
+#include "base/Twips.h"
+#include "base/UlvexError.h"
 
 #include <QtMath>
 #include <cmath>

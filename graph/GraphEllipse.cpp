@@ -2,7 +2,7 @@
 
 #include "graph/DrawTarget.h"
 #include "graph/PictureBox.h"
-#include "shell/Twips.h"
+#include "base/Twips.h"
 
 #include <QResizeEvent>
 #include <cmath>

@@ -5,8 +5,8 @@
 #include "output/GraphPageLayout.h"
 #include "output/PrintControl.h"
 #include "shell/ErrorMessage.h"
-#include "shell/ProgramFolder.h"
-#include "shell/UlvexError.h"
+#include "base/ProgramFolder.h"
+#include "base/UlvexError.h"
 #include "shell/basGlobals.h"
 #include "simulation/frmMain.h"
 

@@ -1,6 +1,6 @@
 #include "settings/CTextBox.h"
 
-#include "shell/UlvexError.h"
+#include "base/UlvexError.h"
 
 #include <QComboBox>
 #include <QDateTime>

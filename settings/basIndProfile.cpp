@@ -1,8 +1,8 @@
 #include "settings/basIndProfile.h"
 
 #include "settings/IniFile.h"
-#include "shell/ProgramFolder.h"
-#include "shell/UlvexError.h"
+#include "base/ProgramFolder.h"
+#include "base/UlvexError.h"
 
 #include <QFileInfo>
 

@@ -1,6 +1,6 @@
 #include "shell/ErrorMessage.h"
 
-#include "shell/UlvexError.h"
+#include "base/UlvexError.h"
 
 #include <QMessageBox>
 #include <QString>

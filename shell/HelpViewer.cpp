@@ -1,6 +1,6 @@
 #include "shell/HelpViewer.h"
 
-#include "shell/ProgramFolder.h"
+#include "base/ProgramFolder.h"
 #include "shell/ResourceImages.h"
 
 #include <QFileInfo>

@@ -1,6 +1,6 @@
 #include "shell/ProgramTextFile.h"
 
-#include "shell/ProgramFolder.h"
+#include "base/ProgramFolder.h"
 
 #include <QFile>
 #include <QFileInfo>

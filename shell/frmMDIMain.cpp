@@ -2,7 +2,7 @@
 
 #include "shell/HelpViewer.h"
 #include "shell/ResourceImages.h"
-#include "shell/Twips.h"
+#include "base/Twips.h"
 #include "shell/basGlobals.h"
 #include "shell/frmAbout.h"
 #include "output/PrintControl.h"
@@ -10,7 +10,7 @@
 #include "output/frmPrintPreview.h"
 #include "settings/frmGraphOptions.h"
 #include "shell/ErrorMessage.h"
-#include "shell/UlvexError.h"
+#include "base/UlvexError.h"
 #include "simulation/frmMain.h"
 
 #include <QAction>

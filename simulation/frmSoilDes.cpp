@@ -3,7 +3,7 @@
 #include "data/clsBusinessLayer.h"
 #include "settings/basIndProfile.h"
 #include "shell/ResourceImages.h"
-#include "shell/Twips.h"
+#include "base/Twips.h"
 
 #include <QGroupBox>
 #include <QHeaderView>

@@ -8,7 +8,7 @@
 #include "data/clsDataConLayer.h"
 #include "output/render/RenderWindow.h"
 #include "shell/ResourceImages.h"
-#include "shell/UlvexError.h"
+#include "base/UlvexError.h"
 
 #include <QApplication>
 #include <QCommandLineParser>

@@ -8,7 +8,7 @@
 #include "builder/DatabaseWriter.h"
 #include "builder/TrickleBuild.h"
 #include "builder/TrickleBuildErrors.h"
-#include "shell/UlvexError.h"
+#include "base/UlvexError.h"
 
 #include <QDir>
 #include <QTemporaryDir>

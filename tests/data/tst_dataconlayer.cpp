@@ -1,8 +1,8 @@
 #include "data/DataErrors.h"
 #include "data/clsDataConLayer.h"
 #include "data/clsDataLayer.h"
-#include "shell/ProgramFolder.h"
-#include "shell/UlvexError.h"
+#include "base/ProgramFolder.h"
+#include "base/UlvexError.h"
 #include "tests/common/TestDatabase.h"
 #include "tests/data/DbFingerprint.h"
 

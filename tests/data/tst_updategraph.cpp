@@ -2,8 +2,8 @@
 #include "data/clsDataLayer.h"
 #include "data/clsUserConLayer.h"
 #include "settings/basIndProfile.h"
-#include "shell/ProgramFolder.h"
-#include "shell/UlvexError.h"
+#include "base/ProgramFolder.h"
+#include "base/UlvexError.h"
 #include "tests/common/TestDatabase.h"
 #include "tests/data/SimWindowFixture.h"
 

@@ -1,6 +1,6 @@
 #include "data/DataErrors.h"
 #include "data/clsUserConLayer.h"
-#include "shell/UlvexError.h"
+#include "base/UlvexError.h"
 
 #include <QComboBox>
 #include <QLabel>

@@ -1,7 +1,7 @@
 #include "graph/ColorRef.h"
 #include "graph/DrawTarget.h"
 #include "graph/GraphDrawing.h"
-#include "shell/UlvexError.h"
+#include "base/UlvexError.h"
 
 #include <QCoreApplication>
 #include <QFont>

@@ -9,7 +9,7 @@
 #include "settings/ControlObject.h"
 #include "settings/basIndProfile.h"
 #include "settings/frmGraphOptions.h"
-#include "shell/ProgramFolder.h"
+#include "base/ProgramFolder.h"
 #include "tests/common/TestFiles.h"
 #include "shell/ResourceImages.h"
 

@@ -1,8 +1,8 @@
 #include "settings/GraphSettings.h"
 #include "settings/LVSoilSettings.h"
 #include "settings/basIndProfile.h"
-#include "shell/ProgramFolder.h"
-#include "shell/UlvexError.h"
+#include "base/ProgramFolder.h"
+#include "base/UlvexError.h"
 #include "tests/common/TestFiles.h"
 #include "tests/settings/SettingsDump.h"
 

@@ -5,7 +5,7 @@
 #include "settings/CTextBox.h"
 #include "settings/ControlObject.h"
 #include "settings/ControlsCollection.h"
-#include "shell/UlvexError.h"
+#include "base/UlvexError.h"
 
 #include <QApplication>
 #include <QCheckBox>

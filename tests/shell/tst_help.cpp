@@ -1,5 +1,5 @@
 #include "shell/HelpViewer.h"
-#include "shell/ProgramFolder.h"
+#include "base/ProgramFolder.h"
 
 #include <QAccessible>
 #include <QDir>

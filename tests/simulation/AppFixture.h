@@ -1,8 +1,8 @@
 #pragma once
 
 #include "shell/ErrorMessage.h"
-#include "shell/ProgramFolder.h"
-#include "shell/UlvexError.h"
+#include "base/ProgramFolder.h"
+#include "base/UlvexError.h"
 #include "shell/basGlobals.h"
 #include "shell/basMain.h"
 #include "shell/frmMDIMain.h"

@@ -2,7 +2,7 @@
 
 #include "graph/GraphEllipse.h"
 #include "shell/ResourceImages.h"
-#include "shell/Twips.h"
+#include "base/Twips.h"
 #include "shell/frmSplash.h"
 
 #include <QAction>

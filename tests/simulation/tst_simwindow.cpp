@@ -3,7 +3,7 @@
 #include "graph/GraphEllipse.h"
 #include "graph/PictureBox.h"
 #include "shell/ResourceImages.h"
-#include "shell/Twips.h"
+#include "base/Twips.h"
 #include "simulation/frmSoilDes.h"
 
 #include <QAction>

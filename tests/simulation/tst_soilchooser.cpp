@@ -5,7 +5,7 @@
 
 #include "settings/basIndProfile.h"
 #include "shell/ResourceImages.h"
-#include "shell/Twips.h"
+#include "base/Twips.h"
 #include "simulation/frmSoilDes.h"
 #include "tests/common/TestFiles.h"
 

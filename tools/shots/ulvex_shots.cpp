@@ -4,7 +4,7 @@
 // tools/screenshots.sh; it accepts the disclaimer for you.
 #include "graph/ColorRef.h"
 #include "settings/basIndProfile.h"
-#include "shell/ProgramFolder.h"
+#include "base/ProgramFolder.h"
 #include "shell/ResourceImages.h"
 #include "shell/basGlobals.h"
 #include "shell/basMain.h"

@@ -1,7 +1,7 @@
 #include "graph/ColorRef.h"
-#include "shell/ProgramFolder.h"
-#include "shell/Twips.h"
-#include "shell/UlvexError.h"
+#include "base/ProgramFolder.h"
+#include "base/Twips.h"
+#include "base/UlvexError.h"
 
 #include <QCoreApplication>
 #include <QtTest>
