@@ -2,6 +2,7 @@
 
 #include "shell/HelpViewer.h"
 #include "shell/ResourceImages.h"
+#include "shell/SimSubWindow.h"
 #include "base/Twips.h"
 #include "shell/basGlobals.h"
 #include "shell/frmAbout.h"
@@ -20,6 +21,7 @@
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenuBar>
+#include <QScrollBar>
 #include <QStatusBar>
 #include <QToolBar>
 #include <cstdio>
@@ -32,6 +34,10 @@ frmMDIMain::frmMDIMain(QWidget *parent) : QMainWindow(parent)
     m_mdi = new QMdiArea(this);
     m_mdi->setObjectName(QStringLiteral("mdiArea"));
     m_mdi->setAccessibleName(QStringLiteral("Simulation windows"));
+    // Windows never shrink below the size at which their graphs are whole, so
+    // when they do not fit the frame the area scrolls to reach them.
+    m_mdi->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+    m_mdi->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     setCentralWidget(m_mdi);
     buildMenus();
     buildCoolBar();
@@ -173,8 +179,10 @@ QString frmMDIMain::NewSimWindow()
     const QString caption = QStringLiteral("Ulvex Simulation ") + QString::number(basGlobals::intSimCount);
     window->setWindowTitle(caption);
     window->setProperty("Tag", QString::number(basGlobals::intSimCount));
-    QMdiSubWindow *sub = m_mdi->addSubWindow(window);
+    auto *sub = new SimSubWindow;
+    sub->setWidget(window);
     sub->setAttribute(Qt::WA_DeleteOnClose);
+    m_mdi->addSubWindow(sub);
     sub->setWindowIcon(ResourceImages::icon(114));
     sub->setObjectName(caption);
     windows.Add(caption, window);
@@ -189,9 +197,10 @@ frmMain *frmMDIMain::showSimWindow(const QString &caption)
     if (!window)
         return nullptr;
     window->ensureLoaded();
-    if (QWidget *sub = window->parentWidget()) {
+    if (auto *sub = qobject_cast<SimSubWindow *>(window->parentWidget())) {
+        sub->keepContentWhole();
         sub->show();
-        sub->resize(sub->sizeHint().expandedTo(sub->minimumSizeHint()));
+        sub->resize(sub->sizeHint().expandedTo(sub->minimumSize()));
     }
     window->show();
     return window;
@@ -241,22 +250,43 @@ void frmMDIMain::simulationWindowUnloaded(int remaining)
 
 void frmMDIMain::TileVertically()
 {
-    // Side by side in equal columns, in the order the windows were made.
+    // Side by side in equal columns, in the order the windows were made. A
+    // column is never narrower than a window can be: when the columns do not
+    // fit at that width they keep it and the area scrolls sideways to the
+    // rest. Likewise a window keeps its smallest height in a low frame.
     QList<QMdiSubWindow *> subs;
     for (QMdiSubWindow *sub : m_mdi->subWindowList(QMdiArea::CreationOrder))
         if (sub->isVisible() && !sub->isMinimized())
             subs.append(sub);
     if (subs.isEmpty())
         return;
-    const QRect area = m_mdi->viewport()->rect();
-    const int n = int(subs.size());
-    const int columnWidth = area.width() / n;
-    for (int i = 0; i < n; ++i) {
-        QMdiSubWindow *sub = subs.at(i);
-        if (sub->isMaximized())
+    for (QMdiSubWindow *sub : std::as_const(subs))
+        if (sub->isMaximized() || sub->isShaded())
             sub->showNormal();
-        const int w = (i == n - 1) ? area.width() - columnWidth * (n - 1) : columnWidth;
-        sub->setGeometry(QRect(area.left() + i * columnWidth, area.top(), w, area.height()));
+    const int n = int(subs.size());
+    QSize minimum(0, 0);
+    for (QMdiSubWindow *sub : std::as_const(subs))
+        minimum = minimum.expandedTo(sub->minimumSize());
+    // The area without scroll bars; a scroll bar that the arrangement needs
+    // takes its room from the other direction.
+    QSize room = m_mdi->maximumViewportSize();
+    const int hbar = m_mdi->horizontalScrollBar()->sizeHint().height();
+    const int vbar = m_mdi->verticalScrollBar()->sizeHint().width();
+    const bool scrollsSideways = room.width() / n < minimum.width();
+    if (scrollsSideways)
+        room.rheight() -= hbar;
+    const bool scrollsDown = room.height() < minimum.height();
+    if (scrollsDown && !scrollsSideways)
+        room.rwidth() -= vbar;
+    const int columnWidth = std::max(room.width() / n, minimum.width());
+    const int height = std::max(room.height(), minimum.height());
+    // Scrolled areas start again from their top left corner.
+    m_mdi->horizontalScrollBar()->setValue(0);
+    m_mdi->verticalScrollBar()->setValue(0);
+    for (int i = 0; i < n; ++i) {
+        const bool last = i == n - 1 && !scrollsSideways;
+        const int w = last ? std::max(room.width() - columnWidth * (n - 1), minimum.width()) : columnWidth;
+        subs.at(i)->setGeometry(QRect(i * columnWidth, 0, w, height));
     }
 }
 

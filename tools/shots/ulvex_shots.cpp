@@ -1,6 +1,7 @@
 // Drives the real program into the states worth looking at and saves a
-// screenshot of each: the frame with two windows, with four, and with a buried
-// emitter on a coloured background. Run it under Xvfb through
+// screenshot of each: the frame with two windows, three and four tiled in the
+// first frame size, four in a wide frame, and a buried emitter on a coloured
+// background. Run it under Xvfb through
 // tools/screenshots.sh; it accepts the disclaimer for you.
 #include "graph/ColorRef.h"
 #include "settings/basIndProfile.h"
@@ -85,8 +86,18 @@ int main(int argc, char **argv)
         choose(basGlobals::colSimWindows().at(1), 2, 23, false, "chkWet");
         ok &= shoot(frame.get(), out + QStringLiteral("/frame-two-windows.png"));
 
+        // Three and four windows tiled in the frame's first size: columns at
+        // the windows' smallest width, the area scrolling sideways.
+        frame->resize(frame->minimumSize().expandedTo(QSize(1000, 720)));
         frame->menuItem(QStringLiteral("mnuNew"))->trigger();
+        frame->menuItem(QStringLiteral("mnuTile"))->trigger();
+        choose(basGlobals::colSimWindows().at(2), 4, 23, true, "chkMoist");
+        ok &= shoot(frame.get(), out + QStringLiteral("/tile-three-default-frame.png"));
         frame->menuItem(QStringLiteral("mnuNew"))->trigger();
+        frame->menuItem(QStringLiteral("mnuTile"))->trigger();
+        choose(basGlobals::colSimWindows().at(3), 0, 11, false, "chkWet");
+        ok &= shoot(frame.get(), out + QStringLiteral("/tile-four-default-frame.png"));
+
         frame->resize(1900, 1000);
         frame->TileVertically();
         choose(basGlobals::colSimWindows().at(2), 4, 23, true, "chkMoist");
