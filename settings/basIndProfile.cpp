@@ -121,6 +121,40 @@ void writeLVSoil(const LVSoilSettings &s, const QString &file)
     ini.commit();
 }
 
+// Reads the keys of the graph section in the record's order. Each key's read
+// is handed to `take`, which either lets a failure through (the load stops
+// there) or deals with it and goes on with the next key.
+template <typename Take> void readGraph(GraphSettings &s, const QString &file, Take take)
+{
+    using namespace basIndProfile;
+    const QString sec = QString::fromLatin1(GraphSection);
+    take([&] { s.AutoScaleX = GetIniInt(sec, QStringLiteral("AutoScaleX"), 0, file); });
+    take([&] { s.AutoScaleY = GetIniInt(sec, QStringLiteral("AutoScaleY"), 0, file); });
+    take([&] { s.MaxX = readSingle(sec, QStringLiteral("MaxX"), GraphBuffer, QStringLiteral("1.5"), file); });
+    take([&] { s.MaxY = readSingle(sec, QStringLiteral("MaxY"), GraphBuffer, QStringLiteral("1.5"), file); });
+    take([&] { s.XDecPlaces = GetIniInt(sec, QStringLiteral("XDecPlaces"), 1, file); });
+    take([&] { s.YDecPlaces = GetIniInt(sec, QStringLiteral("YDecPlaces"), 1, file); });
+    take([&] { s.BackOn = GetIniInt(sec, QStringLiteral("BackOn"), 0, file); });
+    take([&] {
+        s.EmitterDepth = readSingle(sec, QStringLiteral("EmitterDepth"), GraphBuffer,
+                                    QStringLiteral("0.25"), file);
+    });
+    take([&] { s.MaxSim = GetIniInt(sec, QStringLiteral("MaxSim"), 6, file); });
+    for (int i = 1; i <= 8; ++i)
+        take([&] { s.Color[size_t(i)] = GetIniLong(sec, colourKey(i), i - 1, file); });
+    take([&] { s.Width = readSingle(sec, QStringLiteral("Width"), GraphBuffer, QStringLiteral("1.5"), file); });
+    take([&] {
+        const std::optional<QString> timeScale =
+            GetIniString(sec, QStringLiteral("TimeScale"), GraphBuffer, QStringLiteral("LOG"), file);
+        if (!timeScale)
+            throw UlvexError(ErrTypeMismatch,
+                             QStringLiteral("Type mismatch: the value of %1 is too long for its "
+                                            "buffer and may have been cut")
+                                 .arg(where(sec, QStringLiteral("TimeScale"), file)));
+        s.TimeScale = *timeScale;
+    });
+}
+
 } // namespace
 
 namespace basIndProfile {
@@ -191,7 +225,6 @@ QString SingleText(float value)
 void LoadGraphSettings(GraphSettings &s)
 {
     const QString file = IniPath();
-    const QString sec = QString::fromLatin1(GraphSection);
     if (!IniFileExists(file)) {
         const GraphSettings defaults;
         writeGraph(defaults, file);
@@ -200,27 +233,28 @@ void LoadGraphSettings(GraphSettings &s)
     }
     // Each field is stored as soon as it is read, so a failing key leaves the
     // fields before it with their new values.
-    s.AutoScaleX = GetIniInt(sec, QStringLiteral("AutoScaleX"), 0, file);
-    s.AutoScaleY = GetIniInt(sec, QStringLiteral("AutoScaleY"), 0, file);
-    s.MaxX = readSingle(sec, QStringLiteral("MaxX"), GraphBuffer, QStringLiteral("1.5"), file);
-    s.MaxY = readSingle(sec, QStringLiteral("MaxY"), GraphBuffer, QStringLiteral("1.5"), file);
-    s.XDecPlaces = GetIniInt(sec, QStringLiteral("XDecPlaces"), 1, file);
-    s.YDecPlaces = GetIniInt(sec, QStringLiteral("YDecPlaces"), 1, file);
-    s.BackOn = GetIniInt(sec, QStringLiteral("BackOn"), 0, file);
-    s.EmitterDepth = readSingle(sec, QStringLiteral("EmitterDepth"), GraphBuffer,
-                                QStringLiteral("0.25"), file);
-    s.MaxSim = GetIniInt(sec, QStringLiteral("MaxSim"), 6, file);
-    for (int i = 1; i <= 8; ++i)
-        s.Color[size_t(i)] = GetIniLong(sec, colourKey(i), i - 1, file);
-    s.Width = readSingle(sec, QStringLiteral("Width"), GraphBuffer, QStringLiteral("1.5"), file);
-    const std::optional<QString> timeScale =
-        GetIniString(sec, QStringLiteral("TimeScale"), GraphBuffer, QStringLiteral("LOG"), file);
-    if (!timeScale)
-        throw UlvexError(ErrTypeMismatch,
-                         QStringLiteral("Type mismatch: the value of %1 is too long for its "
-                                        "buffer and may have been cut")
-                             .arg(where(sec, QStringLiteral("TimeScale"), file)));
-    s.TimeScale = *timeScale;
+    readGraph(s, file, [](const auto &read) { read(); });
+}
+
+QStringList LoadGraphSettingsOrDefaults(GraphSettings &s)
+{
+    const QString file = IniPath();
+    if (!IniFileExists(file)) {
+        LoadGraphSettings(s);
+        return {};
+    }
+    // Every key is read on its own: one that cannot be used keeps its default
+    // and is reported, and the keys after it are still read.
+    s = GraphSettings();
+    QStringList problems;
+    readGraph(s, file, [&problems](const auto &read) {
+        try {
+            read();
+        } catch (const UlvexError &e) {
+            problems << e.description();
+        }
+    });
+    return problems;
 }
 
 void SaveGraphSettings(const GraphSettings &s)

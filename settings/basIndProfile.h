@@ -4,6 +4,7 @@
 #include "settings/LVSoilSettings.h"
 
 #include <QString>
+#include <QStringList>
 #include <QtGlobal>
 
 #include <optional>
@@ -60,6 +61,12 @@ bool IniFileExists(const QString &path);
 // is not a number or fills its buffer, an integer outside 16 bits); the fields
 // read before the failing one keep their new values.
 void LoadGraphSettings(GraphSettings &settings);
+
+// The load of the options dialog, which must open whatever the file holds so
+// that the user can repair it: like LoadGraphSettings, but a key whose value
+// cannot be used keeps its default and the load goes on. Returns one
+// description (naming the key, its section and the file) for each such key.
+QStringList LoadGraphSettingsOrDefaults(GraphSettings &settings);
 
 // Writes every key of the record, in the record's order.
 void SaveGraphSettings(const GraphSettings &settings);

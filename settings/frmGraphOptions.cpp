@@ -16,11 +16,13 @@
 #include <QLineEdit>
 #include <QPainter>
 #include <QPushButton>
+#include <QSignalBlocker>
 #include <QStatusBar>
 #include <QStyle>
 #include <QTabBar>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -262,7 +264,7 @@ void frmGraphOptions::buildControls()
         if (label->accessibleName().isEmpty())
             label->setAccessibleName(label->text());
 
-    connect(tabOptions, &QTabBar::currentChanged, this, &frmGraphOptions::tabOptions_Click);
+    connect(tabOptions, &QTabBar::currentChanged, this, &frmGraphOptions::tabOptions_Changed);
     connect(cmdBack, &QPushButton::clicked, this, &frmGraphOptions::cmdBack_Click);
     connect(cmdForward, &QPushButton::clicked, this, &frmGraphOptions::cmdForward_Click);
     connect(picColorSelect, &PictureBox::doubleClicked, this, &frmGraphOptions::picColorSelect_DblClick);
@@ -281,8 +283,10 @@ void frmGraphOptions::Form_Load()
     cmdBack->setIcon(style()->standardIcon(QStyle::SP_ArrowLeft));
     cmdForward->setIcon(style()->standardIcon(QStyle::SP_ArrowRight));
 
-    // 2. The dialog's own copy of the settings.
-    basIndProfile::LoadGraphSettings(m_settings);
+    // 2. The dialog's own copy of the settings. It opens whatever the file
+    // holds: a value that cannot be used shows its default, so that the user
+    // can repair the file here.
+    m_loadProblems = basIndProfile::LoadGraphSettingsOrDefaults(m_settings);
 
     // 3. The watched controls and the six validated fields. The status bar
     // needs the old control's LostFocus (which clears it) before the new
@@ -296,8 +300,11 @@ void frmGraphOptions::Form_Load()
     m_boxes[YDecPlaces].Init(txtYDecPlaces, CTextBox::vbInteger, 0, 2, false);
 
     // 4. The controls from the record. The fields are filled through their
-    // filters: a value a field could not be typed with (a line width of 1.5
-    // in a whole-number field, say) leaves the field empty, to be entered.
+    // filters: a value a field could not be typed with leaves it empty, to be
+    // entered. The line width is a whole number of points here but a decimal
+    // number in the file, where the program itself writes 1.5 as the default:
+    // the field shows the nearest whole number in range, rounded as the
+    // sample's pen is, so that Accept takes it without a word.
     chkBackGround->setChecked(m_settings.BackOn != 0);
     radLog->setChecked(m_settings.TimeScale == QLatin1String("LOG"));
     cmbMaxSim->clear();
@@ -305,7 +312,7 @@ void frmGraphOptions::Form_Load()
         cmbMaxSim->addItem(QString::number(i));
     cmbMaxSim->setCurrentIndex(m_settings.MaxSim - 1);
     txtEDepth->setText(basIndProfile::SingleText(m_settings.EmitterDepth));
-    txtWidth->setText(basIndProfile::SingleText(m_settings.Width));
+    txtWidth->setText(QString::number(std::clamp(roundHalfEven(m_settings.Width), 1, 5)));
     txtMaxX->setText(basIndProfile::SingleText(m_settings.MaxX));
     txtMaxY->setText(basIndProfile::SingleText(m_settings.MaxY));
     txtXDecPlaces->setText(QString::number(m_settings.XDecPlaces));
@@ -317,6 +324,40 @@ void frmGraphOptions::Form_Load()
     m_colorIndex = 0;
     lblGraph->setText(QStringLiteral("Time Step 1"));
     drawColorSample();
+}
+
+int frmGraphOptions::pageOf(const QWidget *control) const
+{
+    for (int page = 0; page < 2; ++page)
+        if (control != nullptr && fraTab[page]->isAncestorOf(control))
+            return page;
+    return -1;
+}
+
+void frmGraphOptions::showPageOf(const QWidget *control)
+{
+    const int page = pageOf(control);
+    if (page < 0 || page == tabOptions->currentIndex())
+        return;
+    const QSignalBlocker quiet(tabOptions);
+    tabOptions->setCurrentIndex(page);
+    tabOptions_Click(page);
+}
+
+void frmGraphOptions::tabOptions_Changed(int index)
+{
+    // Leaving a page is a focus change like any other: the field that has the
+    // focus on it must hold a valid value first, or the page stays and the
+    // focus with it. Otherwise a value could be hidden behind the other page.
+    QWidget *current = m_controls.currentControl();
+    const int shown = fraTab[0]->isHidden() ? 1 : 0;
+    if (index != shown && pageOf(current) == shown && !m_controls.ValidateControls()) {
+        const QSignalBlocker quiet(tabOptions);
+        tabOptions->setCurrentIndex(shown);
+        current->setFocus(Qt::OtherFocusReason);
+        return;
+    }
+    tabOptions_Click(index);
 }
 
 void frmGraphOptions::tabOptions_Click(int index)
@@ -375,11 +416,23 @@ void frmGraphOptions::picColorSelect_DblClick()
 
 void frmGraphOptions::cmdOK_Click()
 {
-    if (!m_controls.ValidateControls())
+    // A refused field is always shown: its page comes to the front before the
+    // message, and the focus goes into it.
+    if (!m_controls.ValidateControls()) {
+        if (QWidget *current = m_controls.currentControl()) {
+            showPageOf(current);
+            current->setFocus(Qt::OtherFocusReason);
+        }
         return;
-    if (!m_boxes[EDepth].ValidateMsg(QStringLiteral("First Field must be Entered")))
+    }
+    const auto validateMsg = [this](Field f, const QString &message) {
+        if (!m_boxes[f].Validate(false))
+            showPageOf(m_boxes[f].control());
+        return m_boxes[f].ValidateMsg(message);
+    };
+    if (!validateMsg(EDepth, QStringLiteral("First Field must be Entered")))
         return;
-    if (!m_boxes[Width].ValidateMsg(QStringLiteral("Second Field must be Entered")))
+    if (!validateMsg(Width, QStringLiteral("Second Field must be Entered")))
         return;
 
     // The colours already stand in the record. A field that does not hold a

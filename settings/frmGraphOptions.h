@@ -5,6 +5,7 @@
 #include "settings/GraphSettings.h"
 
 #include <QDialog>
+#include <QStringList>
 #include <array>
 
 class QCheckBox;
@@ -33,9 +34,11 @@ public:
     ~frmGraphOptions() override;
 
     // Loads the settings into the dialog's own record and fills the controls.
-    // Throws UlvexError when the settings file cannot be read (the caller
-    // shows it); the dialog should then not be shown.
+    // A value of the settings file that cannot be used takes its default, so
+    // that the dialog always opens and the user can repair the file;
+    // loadProblems() then names each such key (the caller tells the user).
     void Form_Load();
+    const QStringList &loadProblems() const { return m_loadProblems; }
 
     // The dialog's own record: the settings as loaded, with the colours the
     // user has picked since.
@@ -62,13 +65,19 @@ protected:
 
 private:
     void buildControls();
+    void tabOptions_Changed(int index);
     void tabOptions_Click(int index);
+    // The tab page (0 or 1) that holds a control, or -1.
+    int pageOf(const QWidget *control) const;
+    // Brings the page that holds a control to the front.
+    void showPageOf(const QWidget *control);
     void drawColorSample();
     void ControlsCollection_Validate(QWidget *Control, bool &Cancel);
     void ControlsCollection_LostFocus(QWidget *Control);
     void ControlsCollection_GotFocus(QWidget *Control);
 
     GraphSettings m_settings;
+    QStringList m_loadProblems;
     int m_colorIndex = 0;
     ControlsCollection m_controls;
     std::array<CTextBox, 6> m_boxes;

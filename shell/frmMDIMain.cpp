@@ -383,13 +383,14 @@ void frmMDIMain::mnuExit_Click()
 void frmMDIMain::showGraphOptions()
 {
     frmGraphOptions dialog(this);
-    try {
-        dialog.Form_Load();
-    } catch (const UlvexError &e) {
-        // A settings file that cannot be read: say so and leave it alone.
-        ErrorMessage::show(this, e);
-        return;
-    }
+    dialog.Form_Load();
+    // Values of the settings file that cannot be used are shown at their
+    // defaults; the user hears which, and where, before repairing them.
+    if (!dialog.loadProblems().isEmpty())
+        ErrorMessage::show(this, UlvexError(13, QStringLiteral("Some settings cannot be used; the "
+                                                               "options show their defaults instead, "
+                                                               "and Accept saves them.\n")
+                                                    + dialog.loadProblems().join(QLatin1Char('\n'))));
     dialog.exec();
 }
 

@@ -216,9 +216,9 @@ private slots:
         d.Form_Load();
         QVERIFY(QFile::exists(iniPath()));
         QCOMPARE(child<QLineEdit>(&d, "txtEDepth")->text(), QString("0.25"));
-        // The default width of 1.5 cannot stand in a whole-number field: the
-        // field's filter leaves it empty, to be entered.
-        QCOMPARE(child<QLineEdit>(&d, "txtWidth")->text(), QString());
+        // The default width of 1.5 shows as the nearest whole number, 2 (a
+        // half goes to the even neighbour).
+        QCOMPARE(child<QLineEdit>(&d, "txtWidth")->text(), QString("2"));
         QCOMPARE(child<QLineEdit>(&d, "txtMaxX")->text(), QString("1.5"));
         QCOMPARE(child<QLineEdit>(&d, "txtMaxY")->text(), QString("1.5"));
         QCOMPARE(child<QLineEdit>(&d, "txtXDecPlaces")->text(), QString("1"));
@@ -329,6 +329,7 @@ private slots:
         QVERIFY(QTest::qWaitForWindowActive(&d));
         auto *width = child<QLineEdit>(&d, "txtWidth");
         QTest::mouseClick(width, Qt::LeftButton);
+        width->selectAll();
         QTest::keyClick(width, Qt::Key_6);
         QCOMPARE(width->text(), QString("6"));
         QTest::keyClick(width, Qt::Key_Tab);
@@ -356,15 +357,71 @@ private slots:
         QVERIFY(sectionLines(readAll(iniPath()), "Graph Settings").contains("Width=5"));
     }
 
+    void firstOpeningAcceptsWithoutAMessage()
+    {
+        // No settings file yet: the program writes its defaults, and the
+        // dialog takes them back untouched.
+        frmGraphOptions d;
+        d.Form_Load();
+        QVERIFY(d.loadProblems().isEmpty());
+        d.show();
+        d.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&d));
+        QCOMPARE(child<QLineEdit>(&d, "txtWidth")->text(), QString("2"));
+        QStringList shown;
+        onNextModal([&shown](QWidget *w) {
+            shown << w->windowTitle();
+            w->close();
+        });
+        QTest::mouseClick(child<QPushButton>(&d, "cmdOK"), Qt::LeftButton);
+        QTest::qWait(120);
+        QVERIFY2(shown.isEmpty(), qPrintable(shown.join(", ")));
+        QVERIFY(!d.isVisible());
+        QCOMPARE(d.result(), int(QDialog::Accepted));
+        const QStringList lines = sectionLines(readAll(iniPath()), "Graph Settings");
+        QVERIFY(lines.contains("Width=2"));
+        QVERIFY(lines.contains("EmitterDepth=0.25"));
+        QCOMPARE(lines.size(), 19);
+    }
+
+    void storedWidthShowsAsTheNearestWholeNumberInRange_data()
+    {
+        QTest::addColumn<QByteArray>("stored");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("1.5") << QByteArray("1.5") << "2";
+        QTest::newRow("2.5") << QByteArray("2.5") << "2";
+        QTest::newRow("3.5") << QByteArray("3.5") << "4";
+        QTest::newRow("2.51") << QByteArray("2.51") << "3";
+        QTest::newRow("4.4") << QByteArray("4.4") << "4";
+        QTest::newRow("0.2") << QByteArray("0.2") << "1";
+        QTest::newRow("0") << QByteArray("0") << "1";
+        QTest::newRow("7") << QByteArray("7") << "5";
+        QTest::newRow("-3") << QByteArray("-3") << "1";
+    }
+    void storedWidthShowsAsTheNearestWholeNumberInRange()
+    {
+        QFETCH(QByteArray, stored);
+        QFETCH(QString, shown);
+        QVERIFY(writeAll(iniPath(), "[Graph Settings]\nWidth=" + stored + "\n"));
+        frmGraphOptions d;
+        d.Form_Load();
+        QCOMPARE(child<QLineEdit>(&d, "txtWidth")->text(), shown);
+        // Accept takes it as shown.
+        d.cmdOK_Click();
+        QCOMPARE(d.result(), int(QDialog::Accepted));
+        QVERIFY(sectionLines(readAll(iniPath()), "Graph Settings").contains("Width=" + shown));
+    }
+
     void acceptShowsTheFieldMessages()
     {
-        // The default width leaves its field empty: the second message.
+        // An emptied width, never visited: the second message.
         {
             frmGraphOptions d;
             d.Form_Load();
             d.show();
             d.activateWindow();
             QVERIFY(QTest::qWaitForWindowActive(&d));
+            child<QLineEdit>(&d, "txtWidth")->clear();
             QString title, text;
             onNextModal([&](QWidget *w) {
                 auto *m = qobject_cast<QMessageBox *>(w);
@@ -593,11 +650,132 @@ private slots:
         QCOMPARE(child<QLineEdit>(&again, "txtWidth")->text(), QString("2"));
     }
 
-    void unreadableSettingsStopTheLoad()
+    void acceptRefusingAFieldOnTheOtherPageShowsThatPage()
     {
-        QVERIFY(writeAll(iniPath(), "[Graph Settings]\nMaxX=abc\n"));
+        // An emitter depth out of range in the file, and the user on the
+        // "Axis Options" page: Accept brings "General Options" back with the
+        // focus in the refused field, where typed keys then go.
+        QVERIFY(writeAll(iniPath(), "[Graph Settings]\nEmitterDepth=5\nWidth=2\n"));
         frmGraphOptions d;
-        QVERIFY_THROWS_EXCEPTION(UlvexError, d.Form_Load());
+        d.Form_Load();
+        d.show();
+        d.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&d));
+        auto *tabs = child<QTabBar>(&d, "tabOptions");
+        QTest::mouseClick(tabs, Qt::LeftButton, {}, tabs->tabRect(1).center());
+        QCOMPARE(tabs->currentIndex(), 1);
+        QVERIFY(child<QGroupBox>(&d, "fraTab1")->isVisible());
+        QString text;
+        onNextModal([&text](QWidget *w) {
+            text = qobject_cast<QMessageBox *>(w)->text();
+            qobject_cast<QMessageBox *>(w)->accept();
+        });
+        QTest::mouseClick(child<QPushButton>(&d, "cmdOK"), Qt::LeftButton);
+        QTest::qWait(120);
+        QCOMPARE(text, QString("First Field must be Entered"));
+        QVERIFY(d.isVisible());
+        QCOMPARE(tabs->currentIndex(), 0);
+        QVERIFY(child<QGroupBox>(&d, "fraTab0")->isVisible());
+        QVERIFY(!child<QGroupBox>(&d, "fraTab1")->isVisible());
+        auto *depth = child<QLineEdit>(&d, "txtEDepth");
+        QCOMPARE(QApplication::focusWidget(), depth);
+        QVERIFY(depth->isVisible());
+        depth->selectAll();
+        QTest::keyClicks(QApplication::focusWidget(), "0.5");
+        QCOMPARE(depth->text(), QString("0.5"));
+        QTest::mouseClick(child<QPushButton>(&d, "cmdOK"), Qt::LeftButton);
+        QCOMPARE(d.result(), int(QDialog::Accepted));
+        QVERIFY(sectionLines(readAll(iniPath()), "Graph Settings").contains("EmitterDepth=0.5"));
+    }
+
+    void switchingPagesValidatesTheFocusedField()
+    {
+        frmGraphOptions d;
+        d.Form_Load();
+        d.show();
+        d.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&d));
+        auto *tabs = child<QTabBar>(&d, "tabOptions");
+        // An empty width may be typed but not left: not for the other page either.
+        auto *width = child<QLineEdit>(&d, "txtWidth");
+        QTest::mouseClick(width, Qt::LeftButton);
+        width->selectAll();
+        QTest::keyClick(width, Qt::Key_Delete);
+        QCOMPARE(width->text(), QString());
+        QTest::mouseClick(tabs, Qt::LeftButton, {}, tabs->tabRect(1).center());
+        QCOMPARE(tabs->currentIndex(), 0);
+        QVERIFY(child<QGroupBox>(&d, "fraTab0")->isVisible());
+        QVERIFY(!child<QGroupBox>(&d, "fraTab1")->isVisible());
+        QCOMPARE(QApplication::focusWidget(), width);
+        // A valid value lets the page go.
+        QTest::keyClick(width, Qt::Key_3);
+        QTest::mouseClick(tabs, Qt::LeftButton, {}, tabs->tabRect(1).center());
+        QCOMPARE(tabs->currentIndex(), 1);
+        QVERIFY(child<QGroupBox>(&d, "fraTab1")->isVisible());
+
+        // The same from the second page back to the first, with a maximum
+        // out of range typed into its field.
+        auto *maxX = child<QLineEdit>(&d, "txtMaxX");
+        QTest::mouseClick(maxX, Qt::LeftButton);
+        maxX->selectAll();
+        QTest::keyClicks(maxX, "9");
+        QCOMPARE(maxX->text(), QString("9"));
+        QTest::mouseClick(tabs, Qt::LeftButton, {}, tabs->tabRect(0).center());
+        QCOMPARE(tabs->currentIndex(), 1);
+        QVERIFY(maxX->isVisible());
+        QCOMPARE(QApplication::focusWidget(), maxX);
+        QTest::keyClick(maxX, Qt::Key_Backspace);
+        QTest::keyClicks(maxX, "1.2");
+        QTest::mouseClick(tabs, Qt::LeftButton, {}, tabs->tabRect(0).center());
+        QCOMPARE(tabs->currentIndex(), 0);
+        QVERIFY(!maxX->isVisible());
+    }
+
+    void unusableSettingsOpenWithTheirDefaults()
+    {
+        QVERIFY(writeAll(iniPath(), "[Graph Settings]\nMaxX=abc\nMaxY=0.8\nWidth=3\nAutoScaleX=99999\n"));
+        frmGraphOptions d;
+        d.Form_Load();
+        // The dialog opens: the unusable values at their defaults, the rest as stored.
+        QCOMPARE(child<QLineEdit>(&d, "txtMaxX")->text(), QString("1.5"));
+        QCOMPARE(child<QLineEdit>(&d, "txtMaxY")->text(), QString("0.8"));
+        QCOMPARE(child<QLineEdit>(&d, "txtWidth")->text(), QString("3"));
+        QVERIFY(!child<QCheckBox>(&d, "chkAutoScaleX")->isChecked());
+        QCOMPARE(d.loadProblems().size(), 2);
+        // In the record's order, each naming its key and the file.
+        QVERIFY(d.loadProblems().at(0).contains("\"AutoScaleX\""));
+        QVERIFY(d.loadProblems().at(1).contains("\"MaxX\""));
+        QVERIFY(d.loadProblems().at(1).contains(iniPath()));
+        // Accept repairs the file.
+        d.cmdOK_Click();
+        QCOMPARE(d.result(), int(QDialog::Accepted));
+        GraphSettings repaired;
+        basIndProfile::LoadGraphSettings(repaired);
+        QCOMPARE(repaired.MaxX, 1.5f);
+        QCOMPARE(repaired.MaxY, 0.8f);
+        QCOMPARE(repaired.Width, 3.0f);
+        QCOMPARE(repaired.AutoScaleX, qint16(0));
+    }
+
+    void frameTellsWhichSettingsCannotBeUsedAndOpensTheDialog()
+    {
+        AppFixture app;
+        app.start();
+        QVERIFY(writeAll(basIndProfile::IniPath(), "[Graph Settings]\nMaxX=\"1.5\"x\nWidth=2\n"));
+        bool opened = false;
+        onNextModal([&opened](QWidget *w) {
+            auto *d = qobject_cast<frmGraphOptions *>(w);
+            opened = d != nullptr;
+            if (d) {
+                QCOMPARE(d->findChild<QLineEdit *>("txtMaxX")->text(), QString("1.5"));
+                d->reject();
+            }
+        });
+        app.frame->menuItem("mnuGraph")->trigger();
+        QVERIFY(opened);
+        QCOMPARE(app.errors.size(), 1);
+        QVERIFY(app.errors.first().contains("\"MaxX\""));
+        QVERIFY(app.errors.first().contains(basIndProfile::IniPath()));
     }
 
     void nothingClippedAndScreenshots()
