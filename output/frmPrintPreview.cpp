@@ -87,6 +87,9 @@ void frmPrintPreview::Form_Load()
 
 void frmPrintPreview::showPage()
 {
+    // The picture's name tells a screen reader which page it is.
+    imgPrintPreview->setAccessibleName(
+        QStringLiteral("Page %1 of %2").arg(intPageNumber).arg(myPrintpp->PageCount()));
     const QImage page = myPrintpp->PagePicture(intPageNumber);
     if (page.isNull()) {
         imgPrintPreview->clear();

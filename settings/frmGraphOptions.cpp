@@ -260,9 +260,8 @@ void frmGraphOptions::buildControls()
     describe(cmdOK, cmdOK->text());
     describe(cmdCancel, cmdCancel->text());
     describe(StatusBar1, QStringLiteral("Status"));
-    for (QLabel *label : findChildren<QLabel *>())
-        if (label->accessibleName().isEmpty())
-            label->setAccessibleName(label->text());
+    // Labels read their own text; lblGraph changes with the time step, so it
+    // must not be pinned to the text it had at first.
 
     connect(tabOptions, &QTabBar::currentChanged, this, &frmGraphOptions::tabOptions_Changed);
     connect(cmdBack, &QPushButton::clicked, this, &frmGraphOptions::cmdBack_Click);
@@ -382,6 +381,16 @@ void frmGraphOptions::drawColorSample()
     painter.drawLine(0, middle, image.width(), middle);
     painter.end();
     picColorSelect->Refresh();
+    // A screen reader hears which time step and which colour the sample shows.
+    const QColor colour = ColorRef::toQColor(m_settings.Color[std::size_t(m_colorIndex + 1)]);
+    picColorSelect->setAccessibleName(QStringLiteral("Time Step %1 Color").arg(m_colorIndex + 1));
+    picColorSelect->setAccessibleDescription(
+        QStringLiteral("%1, red %2, green %3, blue %4. %5")
+            .arg(colour.name())
+            .arg(colour.red())
+            .arg(colour.green())
+            .arg(colour.blue())
+            .arg(picColorSelect->toolTip()));
 }
 
 void frmGraphOptions::cmdBack_Click()

@@ -89,6 +89,13 @@ void frmMDIMain::buildMenus()
     QAction *mnuContents = item(mnuHelp, QStringLiteral("mnuContents"), QStringLiteral("Contents"));
     QAction *mnuAbout = item(mnuHelp, QStringLiteral("mnuAbout"), QStringLiteral("About"));
 
+    // Keys for the commands used most. The menus show them beside the
+    // captions; the toolbar's tooltips stay as they are, and the help lists
+    // every key.
+    mnuNew->setShortcut(QKeySequence::New);
+    mnuPrint->setShortcut(QKeySequence::Print);
+    mnuContents->setShortcut(QKeySequence::HelpContents);
+
     connect(mnuNew, &QAction::triggered, this, &frmMDIMain::mnuNew_Click);
     connect(mnuExit, &QAction::triggered, this, &frmMDIMain::mnuExit_Click);
     connect(mnuGraph, &QAction::triggered, this, &frmMDIMain::showGraphOptions);
@@ -113,7 +120,7 @@ void frmMDIMain::buildMenus()
 void frmMDIMain::buildCoolBar()
 {
     // The cool bar: band 1 holds the toolbar, band 2 the logo picture.
-    clbMain = addToolBar(QStringLiteral("clbMain"));
+    clbMain = addToolBar(QStringLiteral("Toolbar"));
     clbMain->setObjectName(QStringLiteral("clbMain"));
     clbMain->setMovable(false);
     clbMain->setFloatable(false);
@@ -149,10 +156,21 @@ void frmMDIMain::addToolbarButton(const QString &key, const QString &toolTip)
     a->setProperty("Key", key);
     a->setToolTip(toolTip);
     a->setStatusTip(toolTip); // the button's description
+    // The two commands on the active window have no menu item: their keys
+    // live on the buttons.
+    QString keyText;
+    if (key == QLatin1String("simulate"))
+        a->setShortcut(QKeySequence(Qt::Key_F5));
+    else if (key == QLatin1String("soiltype"))
+        a->setShortcut(QKeySequence(Qt::Key_F4));
+    if (!a->shortcut().isEmpty()) {
+        keyText = QStringLiteral(" (%1)").arg(a->shortcut().toString(QKeySequence::NativeText));
+    }
     m_buttons.insert(key, a);
     if (QWidget *w = tlbMain->widgetForAction(a)) {
         w->setAccessibleName(toolTip);
-        w->setAccessibleDescription(toolTip);
+        // A screen reader announces the key with the description.
+        w->setAccessibleDescription(toolTip + keyText);
     }
     updateEnabledStates(basGlobals::colSimWindows().Count());
 }
@@ -307,6 +325,13 @@ void frmMDIMain::ArrangeIcons()
         sub->move(x, area.bottom() - s.height() + 1);
         x += s.width();
     }
+}
+
+QMenu *frmMDIMain::createPopupMenu()
+{
+    // The cool bar is always there: it holds the only buttons for updating a
+    // graph and choosing its soil. So no menu offers to hide it.
+    return nullptr;
 }
 
 void frmMDIMain::resizeEvent(QResizeEvent *event)

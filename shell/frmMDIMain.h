@@ -67,6 +67,9 @@ public:
     // Where print, preview and export are wired to their routines.
     QAction *printDataAction() const { return mnuPrintData; }
 
+    // No context menu for the tool bar: it cannot be hidden.
+    QMenu *createPopupMenu() override;
+
 protected:
     void resizeEvent(QResizeEvent *event) override;
     void closeEvent(QCloseEvent *event) override;

@@ -183,6 +183,7 @@ void frmMain::buildControls()
     };
     describe(fraSel, fraSel->title());
     describe(lblSoilDes, QStringLiteral("Soil type"));
+    showSoilToScreenReaders();
     describe(cmbFlow, lblFlow->text());
     describe(cmbTime, lblTime->text());
     describe(chkWet, lblWater[0]->text());
@@ -236,9 +237,11 @@ void frmMain::Form_Load()
         result = business().ShowComboTime(this);
         return result;
     });
+    showSoilToScreenReaders();
     setWindowIcon(ResourceImages::icon(114));
     if (cmbFlow->count() > 0 && cmbTime->count() > 0)
         basGlobals::strLastResult = guarded([this] { return business().ShowGraph(this); });
+    showGraphToScreenReaders();
 
     // 5.-8. The order is kept as designed: the first graph is drawn before the
     // tag is set to the first soil.
@@ -276,6 +279,7 @@ QString frmMain::UpdateGraph()
     ensureLoaded();
     const QString result = guarded([this] { return business().ShowGraph(this); });
     basGlobals::strLastResult = result;
+    showGraphToScreenReaders();
     return result;
 }
 
@@ -302,7 +306,31 @@ QString frmMain::SelectSoilType()
         QMessageBox::information(this, QString(), QStringLiteral("Bigger"));
     lblSoilDes->setText(chosen);
     lblSoilDes->setProperty("Tag", QString::number(chooser.intSelectedIndex));
+    showSoilToScreenReaders();
     return result;
+}
+
+void frmMain::showSoilToScreenReaders()
+{
+    // The label's accessible name stands in for its text, so it carries the
+    // soil shown: a screen reader says "Soil type: Heavy Loam".
+    const QString soil = lblSoilDes->text().trimmed();
+    lblSoilDes->setAccessibleName(soil.isEmpty() ? QStringLiteral("Soil type")
+                                                 : QStringLiteral("Soil type: ") + soil);
+}
+
+void frmMain::showGraphToScreenReaders()
+{
+    // The graph is a picture: its name says what it shows now, as the legend
+    // does on the screen.
+    QString name = QStringLiteral("Wetting pattern graph");
+    if (GraphEllipse1->EllipseCount() > 0)
+        name += QStringLiteral(": %1, %2 L/Hr, %3, %4 wetting fronts")
+                    .arg(GraphEllipse1->SoilType(), GraphEllipse1->FlowRate(),
+                         GraphEllipse1->WaterContent())
+                    .arg(GraphEllipse1->EllipseCount());
+    GraphEllipse1->setAccessibleName(name);
+    GraphEllipse1->hWnd()->setAccessibleName(name);
 }
 
 void frmMain::GraphEllipse1_MouseMove(qint16, qint16, float x, float y)

@@ -83,6 +83,10 @@ private:
     void buildControls();
     void Form_Load();
     void placeStatusBar();
+    // Keep the accessible names of the soil label and the graph up to date
+    // with what they show.
+    void showSoilToScreenReaders();
+    void showGraphToScreenReaders();
     clsBusinessLayer &business();
     // Runs a data operation, showing a database failure to the user.
     template <typename F> QString guarded(F &&operation);
