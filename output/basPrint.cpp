@@ -6,6 +6,7 @@
 #include "output/PrintControl.h"
 #include "shell/ErrorMessage.h"
 #include "base/ProgramFolder.h"
+#include "base/UserFolders.h"
 #include "base/UlvexError.h"
 #include "shell/basGlobals.h"
 #include "simulation/frmMain.h"
@@ -114,7 +115,7 @@ void setSaveFileChooser(SaveFileChooser chooser)
 
 QString ShowSaveDialog(QWidget *parent)
 {
-    QFileDialog dialog(parent, QString(), ProgramFolder::file(QStringLiteral("data")),
+    QFileDialog dialog(parent, QString(), UserFolders::exportFolder(),
                        QStringLiteral("Simulation Data (*.dat)"));
     dialog.setObjectName(QStringLiteral("CommonDialog1"));
     dialog.setAcceptMode(QFileDialog::AcceptSave);

@@ -1,7 +1,7 @@
 #include "settings/basIndProfile.h"
 
 #include "settings/IniFile.h"
-#include "base/ProgramFolder.h"
+#include "base/UserFolders.h"
 #include "base/UlvexError.h"
 
 #include <QFileInfo>
@@ -161,7 +161,7 @@ namespace basIndProfile {
 
 QString IniPath()
 {
-    return ProgramFolder::file(QStringLiteral("Quillon.ini"));
+    return UserFolders::settingsFile();
 }
 
 std::optional<QString> GetIniSection(const QString &section, qint16 bufferSize,

@@ -9,7 +9,8 @@
 
 #include <optional>
 
-// The settings file Quillon.ini in the program folder. Six thin routines over
+// The settings file Quillon.ini (in the program folder, or in the user's
+// configuration folder for an installed program). Six thin routines over
 // the program's INI reader and writer (IniFile), and four routines that load or
 // save one settings record each. Nothing is cached: every call reads the file
 // afresh, and every write replaces it atomically.
@@ -19,7 +20,9 @@ namespace basIndProfile {
 inline const char *const GraphSection = "Graph Settings";
 inline const char *const LVSoilSection = "LVSoil Settings";
 
-// ProgramFolder::file("Quillon.ini").
+// The settings file: "Quillon.ini" in the program folder, or in the user's
+// configuration folder when the program folder is not the user's to write
+// (see UserFolders::settingsFile).
 QString IniPath();
 
 // The text of a whole section, each entry as "key=value" followed by a NUL

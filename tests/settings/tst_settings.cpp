@@ -8,6 +8,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QLocale>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
@@ -146,7 +147,17 @@ class TestSettings : public QObject
         return UlvexError(-1, "no error raised");
     }
 
+    // The user's configuration folder, where the settings go when the program
+    // folder is not the user's to write; never the real one of whoever runs
+    // the tests.
+    QTemporaryDir m_home;
+
 private slots:
+    void initTestCase()
+    {
+        QVERIFY(m_home.isValid());
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_home.filePath("config")));
+    }
     void init()
     {
         m_dir = new QTemporaryDir;
@@ -693,6 +704,10 @@ private slots:
         QCOMPARE(::chmod(QFile::encodeName(roEmpty).constData(), 0555), 0);
         QCOMPARE(::chmod(QFile::encodeName(fileRo).constData(), 0777), 0);
 
+        // Nor can the user's configuration folder be made (it would lie in the
+        // read-only folder): the settings file of the program folder is still
+        // read, and nothing can be saved anywhere.
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(ro + "/config"));
         int result = -1;
         if (::geteuid() != 0) {
             result = readOnlyChecks(ro, roEmpty, fileRo, before);
@@ -709,6 +724,7 @@ private slots:
             QVERIFY2(WIFEXITED(status), "the child process crashed");
             result = WEXITSTATUS(status);
         }
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_home.filePath("config")));
         ::chmod(QFile::encodeName(ro).constData(), 0755);
         ::chmod(QFile::encodeName(roEmpty).constData(), 0755);
         QVERIFY2(result == 0, qPrintable(QString("read-only check %1 failed").arg(result)));
@@ -717,17 +733,89 @@ private slots:
         QVERIFY(!QFile::exists(roEmpty + "/Quillon.ini"));
     }
 
-    void missingFolderFailsQuietly()
+    void missingProgramFolderUsesTheConfigFolder()
     {
+        // A folder that is not there cannot be written: the settings go to the
+        // user's configuration folder, and the missing folder is not made.
         ProgramFolder::setOverride(m_dir->filePath("gone/away"));
+        const QString own = m_home.filePath("config") + "/ulvex/Quillon.ini";
+        QCOMPARE(IniPath(), own);
         GraphSettings g = oddGraph();
         LoadGraphSettings(g);
         QCOMPARE(dump(g), dump(GraphSettings()));
-        LVSoilSettings s = oddLVSoil();
-        LoadLVSoilSettings(s);
-        QCOMPARE(dump(s), dump(LVSoilSettings()));
+        QCOMPARE(sectionLines(readAll(own), GraphSection).size(), 19);
+        g.MaxX = 0.75f;
         SaveGraphSettings(g);
-        QVERIFY(!QFile::exists(IniPath()));
+        GraphSettings back;
+        LoadGraphSettings(back);
+        QCOMPARE(back.MaxX, 0.75f);
+        QVERIFY(!QFileInfo::exists(m_dir->filePath("gone")));
+        QVERIFY(QFile::remove(own));
+    }
+
+    void readOnlyProgramFolderSavesToTheConfigFolder()
+    {
+        // An installed program folder, seen by a user who may not write it:
+        // the settings start from its copy, are saved to and read from the
+        // user's configuration folder, and the program folder keeps its bytes.
+        QTemporaryDir base;
+        QVERIFY(base.isValid());
+        QVERIFY(QFile::setPermissions(base.path(), QFile::Permissions(0x7755)));
+        const QString installed = base.filePath("lib-ulvex");
+        const QString home = base.filePath("home");
+        QVERIFY(QDir().mkpath(installed) && QDir().mkpath(home));
+        const QByteArray shipped = "[Graph Settings]\nMaxX=0.8\nColor1=255\n";
+        QVERIFY(writeAll(installed + "/Quillon.ini", shipped));
+        QCOMPARE(::chmod(QFile::encodeName(installed).constData(), 0555), 0);
+        QCOMPARE(::chmod(QFile::encodeName(installed + "/Quillon.ini").constData(), 0444), 0);
+        const auto checks = [&]() -> int {
+            qputenv("XDG_CONFIG_HOME", QFile::encodeName(home + "/.config"));
+            ProgramFolder::setOverride(installed);
+            const QString own = home + "/.config/ulvex/Quillon.ini";
+            if (IniPath() != own)
+                return 1;
+            GraphSettings g;
+            LoadGraphSettings(g);
+            if (g.MaxX != 0.8f || g.Color[1] != 255)
+                return 2;
+            g.MaxY = 0.6f;
+            SaveGraphSettings(g);
+            LVSoilSettings lv;
+            LoadLVSoilSettings(lv); // the section is written out with its defaults
+            GraphSettings back;
+            LoadGraphSettings(back);
+            if (back.MaxY != 0.6f || back.MaxX != 0.8f)
+                return 3;
+            if (!sectionLines(readAll(own), LVSoilSection).contains("Width=6825"))
+                return 4;
+            if (readAll(installed + "/Quillon.ini") != shipped
+                || QDir(installed).entryList(QDir::Files | QDir::Hidden) != QStringList{"Quillon.ini"})
+                return 5;
+            return 0;
+        };
+        int result = -1;
+        if (::geteuid() != 0) {
+            result = checks();
+        } else {
+            // As root the permission bits do not stop writes: the checks run in
+            // a child process with the rights of the "nobody" user.
+            QCOMPARE(::chown(QFile::encodeName(home).constData(), 65534, 65534), 0);
+            const pid_t pid = ::fork();
+            QVERIFY(pid >= 0);
+            if (pid == 0) {
+                if (::setgid(65534) != 0 || ::setuid(65534) != 0)
+                    ::_exit(100);
+                ::_exit(checks());
+            }
+            int status = 0;
+            QCOMPARE(::waitpid(pid, &status, 0), pid);
+            QVERIFY2(WIFEXITED(status), "the child process crashed");
+            result = WEXITSTATUS(status);
+        }
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_home.filePath("config")));
+        ::chmod(QFile::encodeName(installed).constData(), 0755);
+        QVERIFY2(result == 0, qPrintable(QString("check %1 failed").arg(result)));
+        QCOMPARE(readAll(installed + "/Quillon.ini"), shipped);
     }
 };
 

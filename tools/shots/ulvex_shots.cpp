@@ -1,10 +1,13 @@
 // Drives the real program into the states worth looking at and saves a
 // screenshot of each: the frame with two windows, three and four tiled in the
 // first frame size, four in a wide frame, and a buried emitter on a coloured
-// background. Run it under Xvfb through
+// background. With "--installed PROGRAMFOLDER OUT" it runs an installed
+// program as the user running it and saves the settings through the options
+// dialog (see installedRun). Run it under Xvfb through
 // tools/screenshots.sh; it accepts the disclaimer for you.
 #include "graph/ColorRef.h"
 #include "settings/basIndProfile.h"
+#include "settings/frmGraphOptions.h"
 #include "base/ProgramFolder.h"
 #include "shell/ResourceImages.h"
 #include "shell/basGlobals.h"
@@ -19,6 +22,8 @@
 #include <QComboBox>
 #include <QDir>
 #include <QFile>
+#include <QPushButton>
+#include <QTimer>
 #include <QScreen>
 #include <QTemporaryDir>
 #include <QThread>
@@ -58,6 +63,42 @@ void choose(frmMain *w, int flow, int time, bool buried, const char *water)
     w->UpdateGraph();
 }
 
+// An installed program run by an ordinary user: the program folder is the
+// installation's (not the user's to write), the options dialog is opened as on
+// a first start, looked at, and accepted; the settings land in the user's
+// configuration folder. Prints where they went and what they hold.
+int installedRun(const QString &programFolder, const QString &out)
+{
+    ProgramFolder::setOverride(programFolder);
+    basMain::setSplashAutoAccept(true);
+    std::unique_ptr<frmMDIMain> frame(basMain::Main());
+    if (!frame)
+        return 1;
+    bool ok = true;
+    QTimer::singleShot(300, [&] {
+        auto *dialog = qobject_cast<frmGraphOptions *>(QApplication::activeModalWidget());
+        if (dialog == nullptr) {
+            ok = false;
+            return;
+        }
+        ok &= shoot(dialog, out + QStringLiteral("/installed-options-first-opening.png"));
+        dialog->findChild<QPushButton *>(QStringLiteral("cmdOK"))->click();
+    });
+    frame->menuItem(QStringLiteral("mnuGraph"))->trigger();
+    ok &= shoot(frame.get(), out + QStringLiteral("/installed-frame.png"));
+    const QString settings = basIndProfile::IniPath();
+    QFile file(settings);
+    std::printf("settings file: %s\n", qPrintable(settings));
+    if (file.open(QIODevice::ReadOnly))
+        std::printf("%s", file.readAll().constData());
+    else
+        ok = false;
+    frame->close();
+    frame.reset();
+    basGlobals::colSimWindows().clear();
+    return ok ? 0 : 1;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -65,6 +106,11 @@ int main(int argc, char **argv)
     basMain::markProcessStart();
     QApplication app(argc, argv);
     ResourceImages::registerFontSubstitutes();
+    if (argc == 4 && QLatin1String(argv[1]) == QLatin1String("--installed")) {
+        const QString out = QString::fromLocal8Bit(argv[3]);
+        QDir().mkpath(out);
+        return installedRun(QString::fromLocal8Bit(argv[2]), out);
+    }
     const QString out = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("screenshots");
     QDir().mkpath(out);
     const QString database = argc > 2 ? QString::fromLocal8Bit(argv[2]) : QString();
