@@ -92,6 +92,15 @@ QStringList clippedControls(QWidget *root)
     return bad;
 }
 
+// Loads the dialog and shows it as the active window, as the frame does.
+bool openActive(frmGraphOptions &d)
+{
+    d.Form_Load();
+    d.show();
+    d.activateWindow();
+    return QTest::qWaitForWindowActive(&d);
+}
+
 } // namespace
 
 class TestOptions : public QObject
@@ -273,10 +282,7 @@ private slots:
     void statusBarShowsTheFocusedControlsTooltip()
     {
         frmGraphOptions d;
-        d.Form_Load();
-        d.show();
-        d.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&d));
+        QVERIFY(openActive(d));
         auto *status = child<QStatusBar>(&d, "StatusBar1");
         auto *depth = child<QLineEdit>(&d, "txtEDepth");
         QTest::mouseClick(depth, Qt::LeftButton);
@@ -299,10 +305,7 @@ private slots:
     void emitterDepthRefusesMinusAndSecondPoint()
     {
         frmGraphOptions d;
-        d.Form_Load();
-        d.show();
-        d.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&d));
+        QVERIFY(openActive(d));
         auto *depth = child<QLineEdit>(&d, "txtEDepth");
         QTest::mouseClick(depth, Qt::LeftButton);
         depth->selectAll();
@@ -421,10 +424,7 @@ private slots:
         // An emptied width, never visited: the second message.
         {
             frmGraphOptions d;
-            d.Form_Load();
-            d.show();
-            d.activateWindow();
-            QVERIFY(QTest::qWaitForWindowActive(&d));
+            QVERIFY(openActive(d));
             child<QLineEdit>(&d, "txtWidth")->clear();
             QString title, text;
             onNextModal([&](QWidget *w) {
@@ -577,10 +577,7 @@ private slots:
         // Accept appends the whole section in the record's order.
         QVERIFY(writeAll(iniPath(), "[Other]\nA=1\n"));
         frmGraphOptions d;
-        d.Form_Load();
-        d.show();
-        d.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&d));
+        QVERIFY(openActive(d));
         const auto retype = [](QLineEdit *field, const char *text) {
             QTest::mouseClick(field, Qt::LeftButton);
             field->selectAll();
@@ -627,10 +624,7 @@ private slots:
         QVERIFY(writeAll(iniPath(), "[Graph Settings]\nWidth=2\nColor1=255\n"));
         const QByteArray before = readAll(iniPath());
         frmGraphOptions d;
-        d.Form_Load();
-        d.show();
-        d.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&d));
+        QVERIFY(openActive(d));
         onNextModal([](QWidget *w) {
             auto *dialog = qobject_cast<QColorDialog *>(w);
             dialog->setCurrentColor(QColor(0, 255, 0));
@@ -661,10 +655,7 @@ private slots:
         // focus in the refused field, where typed keys then go.
         QVERIFY(writeAll(iniPath(), "[Graph Settings]\nEmitterDepth=5\nWidth=2\n"));
         frmGraphOptions d;
-        d.Form_Load();
-        d.show();
-        d.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&d));
+        QVERIFY(openActive(d));
         auto *tabs = child<QTabBar>(&d, "tabOptions");
         QTest::mouseClick(tabs, Qt::LeftButton, {}, tabs->tabRect(1).center());
         QCOMPARE(tabs->currentIndex(), 1);
@@ -695,10 +686,7 @@ private slots:
     void switchingPagesValidatesTheFocusedField()
     {
         frmGraphOptions d;
-        d.Form_Load();
-        d.show();
-        d.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&d));
+        QVERIFY(openActive(d));
         auto *tabs = child<QTabBar>(&d, "tabOptions");
         // An empty width may be typed but not left: not for the other page either.
         auto *width = child<QLineEdit>(&d, "txtWidth");

@@ -125,6 +125,28 @@ int readOnlyChecks(const QString &roWithFile, const QString &roEmpty, const QStr
     return 0;
 }
 
+// Runs checks with the rights of an ordinary user and returns their result (0
+// when all hold). As root the permission bits do not stop writes, so the checks
+// then run in a child process with the rights of the "nobody" user; 100 means
+// the child could not become that user, 101 that it crashed.
+int asOrdinaryUser(const std::function<int()> &checks)
+{
+    if (::geteuid() != 0)
+        return checks();
+    const pid_t pid = ::fork();
+    if (pid < 0)
+        return 102;
+    if (pid == 0) {
+        if (::setgid(65534) != 0 || ::setuid(65534) != 0)
+            ::_exit(100);
+        ::_exit(checks());
+    }
+    int status = 0;
+    if (::waitpid(pid, &status, 0) != pid || !WIFEXITED(status))
+        return 101;
+    return WEXITSTATUS(status);
+}
+
 } // namespace
 
 class TestSettings : public QObject
@@ -708,22 +730,7 @@ private slots:
         // read-only folder): the settings file of the program folder is still
         // read, and nothing can be saved anywhere.
         qputenv("XDG_CONFIG_HOME", QFile::encodeName(ro + "/config"));
-        int result = -1;
-        if (::geteuid() != 0) {
-            result = readOnlyChecks(ro, roEmpty, fileRo, before);
-        } else {
-            const pid_t pid = ::fork();
-            QVERIFY(pid >= 0);
-            if (pid == 0) {
-                if (::setgid(65534) != 0 || ::setuid(65534) != 0)
-                    ::_exit(100);
-                ::_exit(readOnlyChecks(ro, roEmpty, fileRo, before));
-            }
-            int status = 0;
-            QCOMPARE(::waitpid(pid, &status, 0), pid);
-            QVERIFY2(WIFEXITED(status), "the child process crashed");
-            result = WEXITSTATUS(status);
-        }
+        const int result = asOrdinaryUser([&] { return readOnlyChecks(ro, roEmpty, fileRo, before); });
         qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_home.filePath("config")));
         ::chmod(QFile::encodeName(ro).constData(), 0755);
         ::chmod(QFile::encodeName(roEmpty).constData(), 0755);
@@ -793,25 +800,9 @@ private slots:
                 return 5;
             return 0;
         };
-        int result = -1;
-        if (::geteuid() != 0) {
-            result = checks();
-        } else {
-            // As root the permission bits do not stop writes: the checks run in
-            // a child process with the rights of the "nobody" user.
+        if (::geteuid() == 0)
             QCOMPARE(::chown(QFile::encodeName(home).constData(), 65534, 65534), 0);
-            const pid_t pid = ::fork();
-            QVERIFY(pid >= 0);
-            if (pid == 0) {
-                if (::setgid(65534) != 0 || ::setuid(65534) != 0)
-                    ::_exit(100);
-                ::_exit(checks());
-            }
-            int status = 0;
-            QCOMPARE(::waitpid(pid, &status, 0), pid);
-            QVERIFY2(WIFEXITED(status), "the child process crashed");
-            result = WEXITSTATUS(status);
-        }
+        const int result = asOrdinaryUser(checks);
         qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_home.filePath("config")));
         ::chmod(QFile::encodeName(installed).constData(), 0755);
         QVERIFY2(result == 0, qPrintable(QString("check %1 failed").arg(result)));
