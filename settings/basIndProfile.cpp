@@ -86,8 +86,10 @@ QString colourKey(int i)
 // Writes every key of the graph record in the record's order. The keys are
 // set one after the other, exactly as single writes would place them, and the
 // file is replaced once: a record reaches the file whole or not at all. A
-// file that cannot be written is left as it was, without a word.
-void writeGraph(const GraphSettings &s, const QString &file)
+// file that cannot be written (read-only, disk full) is left as it was; the
+// result says whether the record was written. (Setting a key fails only for
+// names that could not be read back, never for these.)
+bool writeGraph(const GraphSettings &s, const QString &file)
 {
     IniFile ini(file);
     const QString sec = QString::fromLatin1(basIndProfile::GraphSection);
@@ -104,10 +106,10 @@ void writeGraph(const GraphSettings &s, const QString &file)
         writeInt(ini, sec, colourKey(i), s.Color[size_t(i)]);
     writeSingle(ini, sec, QStringLiteral("Width"), s.Width);
     ini.setString(sec, QStringLiteral("TimeScale"), s.TimeScale);
-    ini.commit();
+    return ini.commit();
 }
 
-void writeLVSoil(const LVSoilSettings &s, const QString &file)
+bool writeLVSoil(const LVSoilSettings &s, const QString &file)
 {
     IniFile ini(file);
     const QString sec = QString::fromLatin1(basIndProfile::LVSoilSection);
@@ -118,7 +120,7 @@ void writeLVSoil(const LVSoilSettings &s, const QString &file)
     writeSingle(ini, sec, QStringLiteral("C5"), s.C5);
     writeInt(ini, sec, QStringLiteral("Height"), s.Height);
     writeInt(ini, sec, QStringLiteral("Width"), s.Width);
-    ini.commit();
+    return ini.commit();
 }
 
 } // namespace
@@ -223,9 +225,9 @@ void LoadGraphSettings(GraphSettings &s)
     s.TimeScale = *timeScale;
 }
 
-void SaveGraphSettings(const GraphSettings &s)
+bool SaveGraphSettings(const GraphSettings &s)
 {
-    writeGraph(s, IniPath());
+    return writeGraph(s, IniPath());
 }
 
 void LoadLVSoilSettings(LVSoilSettings &s)
@@ -249,9 +251,9 @@ void LoadLVSoilSettings(LVSoilSettings &s)
     s = defaults;
 }
 
-void SaveLVSoilSettings(const LVSoilSettings &s)
+bool SaveLVSoilSettings(const LVSoilSettings &s)
 {
-    writeLVSoil(s, IniPath());
+    return writeLVSoil(s, IniPath());
 }
 
 } // namespace basIndProfile
