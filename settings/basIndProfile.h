@@ -30,7 +30,7 @@ std::optional<QString> GetIniSection(const QString &section, qint16 bufferSize,
 
 // The integer value of a key (leading decimal digits, or hexadecimal ones
 // after "0x"; enclosing quotes removed; see IniFile::getInt), or the default
-// when the key is missing. Throws UlvexError 6 (overflow) when the value
+// when the key is missing. Throws SettingsFileError 6 (overflow) when the value
 // does not fit in 16 bits.
 qint16 GetIniInt(const QString &section, const QString &key, qint16 defaultValue,
                  const QString &file);
@@ -40,9 +40,9 @@ qint32 GetIniLong(const QString &section, const QString &key, qint32 defaultValu
                   const QString &file);
 
 // The value of a key without enclosing quotes (or the default text when the
-// key is missing), read through a buffer of bufferSize bytes. std::nullopt is the error value
-// (code 1): the text filled the buffer (returned length == size - 1) and may
-// have been cut.
+// key is missing), read through a buffer of bufferSize bytes. std::nullopt is
+// the error value (code 1): the text filled the buffer (returned length ==
+// size - 1) and may have been cut.
 std::optional<QString> GetIniString(const QString &section, const QString &key,
                                     qint16 bufferSize, const QString &defaultValue,
                                     const QString &file);
@@ -57,9 +57,10 @@ bool IniFileExists(const QString &path);
 
 // Fills the record from the "Graph Settings" section. When the file does not
 // exist it is created with every key at its default and the record is set to
-// the defaults. Throws UlvexError when a value cannot be taken (a float that
-// is not a number or fills its buffer, an integer outside 16 bits); the fields
-// read before the failing one keep their new values.
+// the defaults. Throws SettingsFileError (an UlvexError naming the file) when
+// a value cannot be taken (a float that is not a number or fills its buffer,
+// an integer outside 16 bits); the fields read before the failing one keep
+// their new values.
 void LoadGraphSettings(GraphSettings &settings);
 
 // Writes every key of the record, in the record's order, all at once. False
@@ -70,7 +71,7 @@ bool SaveGraphSettings(const GraphSettings &settings);
 
 // Fills the record from the "LVSoil Settings" section; a missing (or empty)
 // section is written out with its defaults (6825 x 4200 twips) first. Throws
-// UlvexError like LoadGraphSettings.
+// SettingsFileError like LoadGraphSettings.
 void LoadLVSoilSettings(LVSoilSettings &settings);
 
 // Writes C1..C5, then Height, then Width; the result as SaveGraphSettings.

@@ -1,5 +1,6 @@
 #include "settings/GraphSettings.h"
 #include "settings/LVSoilSettings.h"
+#include "settings/SettingsFileError.h"
 #include "settings/basIndProfile.h"
 #include "base/ProgramFolder.h"
 #include "base/UlvexError.h"
@@ -294,6 +295,40 @@ private slots:
         QCOMPARE(g.MaxX, 13.5f);
         QCOMPARE(g.MaxY, 14.5f);
         QCOMPARE(g.TimeScale, QString("odd"));
+    }
+
+    // Every load failure is a SettingsFileError carrying the file, so that a
+    // caller can tell it from a database failure and name the file.
+    void loadFailuresNameTheSettingsFile_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<int>("number");
+        QTest::newRow("float no number") << QByteArray("[Graph Settings]\nMaxX=abc\n") << 13;
+        QTest::newRow("float beyond single") << QByteArray("[Graph Settings]\nWidth=1e39\n") << 6;
+        QTest::newRow("float cut") << QByteArray("[Graph Settings]\nMaxY=123456789\n") << 13;
+        QTest::newRow("integer beyond 16 bits") << QByteArray("[Graph Settings]\nBackOn=0x10000\n") << 6;
+        QTest::newRow("time scale cut") << QByteArray("[Graph Settings]\nTimeScale=LOGARITHMIC\n") << 13;
+        QTest::newRow("soil-list float") << QByteArray("[LVSoil Settings]\nC3=x\n") << 13;
+        QTest::newRow("soil-list size") << QByteArray("[LVSoil Settings]\nHeight=-40000\n") << 6;
+    }
+    void loadFailuresNameTheSettingsFile()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(int, number);
+        put(text);
+        QString file;
+        int thrown = 0;
+        try {
+            GraphSettings g;
+            LoadGraphSettings(g);
+            LVSoilSettings lv;
+            LoadLVSoilSettings(lv);
+        } catch (const SettingsFileError &e) {
+            file = e.file();
+            thrown = e.number();
+        }
+        QCOMPARE(thrown, number);
+        QCOMPARE(file, m_ini);
     }
 
     void maxXLongerStillFails()
