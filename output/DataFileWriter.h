@@ -15,7 +15,8 @@ class QIODevice;
 // Lines end in CR LF and are written in the system's text encoding, so the file
 // opens the same way in the spreadsheet and analysis programs it is meant for
 // on every platform. Numbers use "." whatever the locale; the date on the first
-// line follows the user's locale (short date, a blank, long time).
+// line follows the user's locale (short date, a blank, the long time of day
+// without its time zone).
 //
 // Holds no widget: the export routine reads the windows and hands the values in.
 class DataFileWriter
@@ -41,13 +42,27 @@ public:
     bool ok() const { return m_ok; }
     QString errorString() const;
 
-    // The first line's date: the locale's short date, a blank, its long time.
+    // The date on the first line and on printed pages: the locale's short
+    // date, a blank, and the time of day in the locale's long form without
+    // its time zone (timeOfDayFormat), seconds included.
     static QString generalDate(const QDateTime &when, const QLocale &locale = QLocale());
-    // A value in its plain text form: whole numbers as they are, fractions in
-    // their shortest exact form with ".", text unchanged, null as nothing.
+    // The locale's long time format without the time-zone field: a page says
+    // when it was made, in the reader's own clock; "13:05:09 UTC" or
+    // "13:05:09 (CET)" would only add the name of a zone. The field goes with
+    // the brackets and blanks around it and a comma that parted it from the
+    // time; quoted literals are kept as they are ("HH 'h' mm" keeps its "h").
+    static QString timeOfDayFormat(const QLocale &locale);
+    // The same for any time format in QLocale's notation.
+    static QString withoutTimeZone(const QString &timeFormat);
+    // A value in its plain text form: whole numbers as they are, doubles as
+    // formatDouble, singles as formatSingle, text unchanged, null as nothing.
     static QString formatValue(const QVariant &value);
     // A single-precision number in its shortest decimal text (0.4f gives "0.4").
     static QString formatSingle(float value);
+    // A double in its default text: at most 15 significant digits, in the
+    // shortest form, "." whatever the locale ("0.143693050325", "0.25", "2"),
+    // exponent form below 1E-04 and from 1E+15 ("1E-05", "1.5E+20").
+    static QString formatDouble(double value);
 
     // The fixed texts of the layout.
     static const QString TitlePrefix;    // "Ulvex Simulation Data         Generated: "

@@ -5,15 +5,42 @@
 #include <QSaveFile>
 #include <QStringList>
 
+#include <cerrno>
 #include <limits>
+#include <unistd.h>
 
 namespace {
 
 const QByteArray Bom("\xEF\xBB\xBF");
 
+// Only ";" starts a comment, as it always has in these files; "#" is an
+// ordinary character, so "#Key=1" is the key "#Key".
 bool isComment(const QByteArray &trimmed)
 {
-    return trimmed.startsWith(';') || trimmed.startsWith('#');
+    return trimmed.startsWith(';');
+}
+
+// A value between a matching pair of double or single quotes is read without
+// them, so that MaxX="1.75" reads as 1.75. Only a pair at both ends counts:
+// "1.75' and a lone " stay as they are.
+QByteArray unquoted(const QByteArray &value)
+{
+    const qsizetype n = value.size();
+    if (n >= 2 && (value.front() == '"' || value.front() == '\'') && value.back() == value.front())
+        return value.mid(1, n - 2);
+    return value;
+}
+
+int digitValue(char c, int base)
+{
+    int d = base;
+    if (c >= '0' && c <= '9')
+        d = c - '0';
+    else if (c >= 'a' && c <= 'f')
+        d = c - 'a' + 10;
+    else if (c >= 'A' && c <= 'F')
+        d = c - 'A' + 10;
+    return d < base ? d : -1;
 }
 
 // One write is one line: line breaks inside a name or value would otherwise
@@ -38,6 +65,22 @@ QByteArray chopTrailingBlanks(QByteArray bytes)
     }
     bytes.truncate(n);
     return bytes;
+}
+
+// A file system may take the bytes and only find out on the way to the disk
+// that it has no room (delayed allocation, network file systems): the sync
+// tells. commit() syncs as well but ignores the result. A file that cannot be
+// synced at all (EINVAL, EROFS) has nothing to report.
+bool syncedToDisk(QSaveFile &file)
+{
+    const int fd = file.handle();
+    if (fd < 0)
+        return true;
+    int result;
+    do
+        result = ::fsync(fd);
+    while (result != 0 && errno == EINTR);
+    return result == 0 || errno == EINVAL || errno == EROFS;
 }
 
 } // namespace
@@ -180,7 +223,7 @@ int IniFile::getString(const QString &section, const QString &key, const QString
     const int h = findSection(section);
     const int e = h < 0 ? -1 : findEntry(h, key);
     if (e >= 0)
-        bytes = m_lines.at(e).value;
+        bytes = unquoted(m_lines.at(e).value);
     else
         bytes = chopTrailingBlanks(defaultValue.toUtf8());
     if (bytes.size() > size - 1)
@@ -228,7 +271,7 @@ qint32 IniFile::getInt(const QString &section, const QString &key, qint32 defaul
     const int e = h < 0 ? -1 : findEntry(h, key);
     if (e < 0)
         return defaultValue;
-    const QByteArray &v = m_lines.at(e).value;
+    const QByteArray v = unquoted(m_lines.at(e).value);
     if (v.isEmpty())
         return defaultValue;
     int i = 0;
@@ -240,14 +283,19 @@ qint32 IniFile::getInt(const QString &section, const QString &key, qint32 defaul
         negative = v.at(i) == '-';
         ++i;
     }
+    // Colours are often written in hexadecimal (Color1=0xFF is red).
+    int base = 10;
+    if (i + 1 < n && v.at(i) == '0' && (v.at(i + 1) == 'x' || v.at(i + 1) == 'X')) {
+        base = 16;
+        i += 2;
+    }
     // Accumulate in 64 bits and stop once beyond the 32-bit range, so that any
     // number of digits is read without overflow and then held at the limit.
     const qint64 cap = qint64(std::numeric_limits<qint32>::max()) + 1;
     qint64 magnitude = 0;
-    while (i < n && v.at(i) >= '0' && v.at(i) <= '9') {
+    for (int d; i < n && (d = digitValue(v.at(i), base)) >= 0; ++i) {
         if (magnitude <= cap)
-            magnitude = magnitude * 10 + (v.at(i) - '0');
-        ++i;
+            magnitude = magnitude * base + d;
     }
     if (magnitude > cap)
         magnitude = cap;
@@ -324,11 +372,19 @@ bool IniFile::save(const QVector<Line> &lines) const
     const QFileInfo info(m_path);
     if (info.exists() && (!info.isFile() || !info.isWritable()))
         return false;
+    // Unbuffered, so that a write the disk cannot take (no space left, file
+    // size limit) fails here, where it is seen. Buffered, the bytes would only
+    // reach the disk in the flush inside commit(), and Qt 6.4's commit()
+    // reports success when that flush fails: the cut temporary file would
+    // replace the user's settings.
     QSaveFile file(m_path);
-    if (!file.open(QIODevice::WriteOnly))
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
         return false;
     const QByteArray bytes = serialise(lines);
-    if (file.write(bytes) != bytes.size()) {
+    const bool written = file.write(bytes) == bytes.size() && file.flush()
+        && file.error() == QFileDevice::NoError && syncedToDisk(file);
+    if (!written) {
+        // Discards the temporary file; the old one stays as it was.
         file.cancelWriting();
         return false;
     }

@@ -14,8 +14,12 @@
 // - Sections "[name]" and keys "key=value" are looked up without regard to
 //   case. Blanks around section names, keys and values are ignored. When a
 //   section or key occurs twice, the first one counts (reading and writing).
-// - Lines starting with ";" or "#" are comments; blank lines, lines without
-//   "=" and lines before the first section are kept but hold no key.
+// - Lines starting with ";" are comments; blank lines, lines without "=" and
+//   lines before the first section are kept but hold no key. "#" is an
+//   ordinary character: "#Key=1" is the key "#Key".
+// - A value between a matching pair of double or single quotes ("1.75" or
+//   '1.75') is read without them by getString and getInt; only a pair at both
+//   ends counts. value() and getSection give the text as it stands.
 // - The file is UTF-8 with LF line ends. CR LF, a byte-order mark, binary
 //   bytes (NUL included) and very long lines are tolerated. Lines that are not
 //   rewritten are kept byte for byte; a write turns CR LF into LF.
@@ -25,7 +29,8 @@
 //   section, key or value become blanks so that one write is one line.
 // - Every write replaces the whole file atomically (QSaveFile): a crash or a
 //   full disk never leaves a cut file. A write that cannot be made (read-only
-//   folder or file) returns false and leaves file and object unchanged.
+//   folder or file, no space left, file size limit) returns false and leaves
+//   file and object unchanged.
 //
 // Buffered reads count bytes of the UTF-8 text, as the old ANSI functions
 // counted bytes, and report a cut the way those did: the returned length
@@ -49,31 +54,36 @@ public:
     // The text as it would be written now.
     QByteArray content() const;
 
-    // The value of key in section, whole, or std::nullopt when either is missing.
+    // The value of key in section, whole and as written (quotes kept), or
+    // std::nullopt when either is missing.
     std::optional<QString> value(const QString &section, const QString &key) const;
 
-    // Copies the value (or, when the key or section is missing, the default with
-    // trailing blanks removed) into out, cut at size - 1 bytes, and returns its
-    // length in bytes. A size of 0 or less gives 0 and empty text.
+    // Copies the value without its enclosing quotes (or, when the key or section
+    // is missing, the default as given with trailing blanks removed) into out,
+    // cut at size - 1 bytes, and returns its length in bytes: the cut applies
+    // to the value without quotes. A size of 0 or less gives 0 and empty text.
     int getString(const QString &section, const QString &key, const QString &defaultValue,
                   QString &out, int size) const;
 
     // The section's entries as "key=value\0key=value\0" (a line without "=" as
     // its bare text followed by "\0"; comments and blank lines left out), cut at
     // size - 2 bytes, and its length in bytes (without the final NUL that would
-    // end the list). A missing section gives 0 and empty text.
+    // end the list). Values keep their quotes. A missing section gives 0 and
+    // empty text.
     int getSection(const QString &section, QString &out, int size) const;
 
-    // The integer value of a key: blanks, an optional sign and the leading
-    // decimal digits; text that starts with no digit gives 0. A missing key or
-    // an empty value gives the default. Values beyond the 32-bit range are held
-    // at the nearest limit.
+    // The integer value of a key, read from its value without enclosing quotes:
+    // blanks, an optional sign and the leading digits, decimal, or hexadecimal
+    // after "0x" or "0X" ("0xFF" is 255, "-0x10" is -16); text that starts with
+    // no digit gives 0, and so does "0x" without a hexadecimal digit. A missing
+    // key or an empty value gives the default. Values beyond the 32-bit range,
+    // hexadecimal ones too, are held at the nearest limit.
     qint32 getInt(const QString &section, const QString &key, qint32 defaultValue) const;
 
     // Writes key=value (see above) and replaces the file. False when the file
     // could not be replaced, and for names that could not be read back: an
-    // empty key, a key holding "=" or starting with "[", ";" or "#", a section
-    // name holding "]". On failure the object is left as it was.
+    // empty key, a key holding "=" or starting with "[" or ";", a section name
+    // holding "]". On failure the object is left as it was.
     bool writeString(const QString &section, const QString &key, const QString &value);
 
     // Sets key=value in memory only, with the rules of writeString; commit()

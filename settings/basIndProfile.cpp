@@ -2,7 +2,7 @@
 
 #include "settings/IniFile.h"
 #include "base/UserFolders.h"
-#include "base/UlvexError.h"
+#include "settings/SettingsFileError.h"
 
 #include <QFileInfo>
 
@@ -28,6 +28,21 @@ QString where(const QString &section, const QString &key, const QString &file)
     return QStringLiteral("key \"%1\" in section \"%2\" of \"%3\"").arg(key, section, file);
 }
 
+// Fails a load with one of the old conversion error numbers. The problem's
+// text takes the place of the key (key, section and file) for its lowest
+// placeholder; the error carries the file, so that callers can name it.
+[[noreturn]] void fail(int number, const QString &problem, const QString &section,
+                       const QString &key, const QString &file)
+{
+    throw SettingsFileError(number, problem.arg(where(section, key, file)), file);
+}
+
+QString cutText()
+{
+    return QStringLiteral("Type mismatch: the value of %1 is too long for its buffer and may "
+                          "have been cut");
+}
+
 // A float value as the old Single conversion took it: surrounding blanks
 // allowed, "." as decimal separator whatever the locale, an exponent allowed.
 // A cut read (the error value), text that is no number, and infinity or
@@ -37,10 +52,7 @@ float toSingle(const std::optional<QString> &text, const QString &section, const
                const QString &file)
 {
     if (!text)
-        throw UlvexError(ErrTypeMismatch,
-                         QStringLiteral("Type mismatch: the value of %1 is too long for its "
-                                        "buffer and may have been cut")
-                             .arg(where(section, key, file)));
+        fail(ErrTypeMismatch, cutText(), section, key, file);
     const QString trimmed = text->trimmed();
     bool ok = false;
     // QString::toDouble follows the "C" rules whatever the locale and takes
@@ -51,13 +63,11 @@ float toSingle(const std::optional<QString> &text, const QString &section, const
     const bool special = trimmed.contains(QLatin1String("inf"), Qt::CaseInsensitive)
         || trimmed.contains(QLatin1String("nan"), Qt::CaseInsensitive);
     if (tooBig && !special)
-        throw UlvexError(ErrOverflow,
-                         QStringLiteral("Overflow: the value of %1 is beyond single precision")
-                             .arg(where(section, key, file)));
+        fail(ErrOverflow, QStringLiteral("Overflow: the value of %1 is beyond single precision"),
+             section, key, file);
     if (!ok || special || std::isnan(d))
-        throw UlvexError(ErrTypeMismatch,
-                         QStringLiteral("Type mismatch: the value of %1 is not a number")
-                             .arg(where(section, key, file)));
+        fail(ErrTypeMismatch, QStringLiteral("Type mismatch: the value of %1 is not a number"),
+             section, key, file);
     return float(d);
 }
 
@@ -86,8 +96,10 @@ QString colourKey(int i)
 // Writes every key of the graph record in the record's order. The keys are
 // set one after the other, exactly as single writes would place them, and the
 // file is replaced once: a record reaches the file whole or not at all. A
-// file that cannot be written is left as it was, without a word.
-void writeGraph(const GraphSettings &s, const QString &file)
+// file that cannot be written (read-only, disk full) is left as it was; the
+// result says whether the record was written. (Setting a key fails only for
+// names that could not be read back, never for these.)
+bool writeGraph(const GraphSettings &s, const QString &file)
 {
     IniFile ini(file);
     const QString sec = QString::fromLatin1(basIndProfile::GraphSection);
@@ -104,10 +116,10 @@ void writeGraph(const GraphSettings &s, const QString &file)
         writeInt(ini, sec, colourKey(i), s.Color[size_t(i)]);
     writeSingle(ini, sec, QStringLiteral("Width"), s.Width);
     ini.setString(sec, QStringLiteral("TimeScale"), s.TimeScale);
-    ini.commit();
+    return ini.commit();
 }
 
-void writeLVSoil(const LVSoilSettings &s, const QString &file)
+bool writeLVSoil(const LVSoilSettings &s, const QString &file)
 {
     IniFile ini(file);
     const QString sec = QString::fromLatin1(basIndProfile::LVSoilSection);
@@ -118,7 +130,7 @@ void writeLVSoil(const LVSoilSettings &s, const QString &file)
     writeSingle(ini, sec, QStringLiteral("C5"), s.C5);
     writeInt(ini, sec, QStringLiteral("Height"), s.Height);
     writeInt(ini, sec, QStringLiteral("Width"), s.Width);
-    ini.commit();
+    return ini.commit();
 }
 
 // Reads the keys of the graph section in the record's order. Each key's read
@@ -147,10 +159,7 @@ template <typename Take> void readGraph(GraphSettings &s, const QString &file, T
         const std::optional<QString> timeScale =
             GetIniString(sec, QStringLiteral("TimeScale"), GraphBuffer, QStringLiteral("LOG"), file);
         if (!timeScale)
-            throw UlvexError(ErrTypeMismatch,
-                             QStringLiteral("Type mismatch: the value of %1 is too long for its "
-                                            "buffer and may have been cut")
-                                 .arg(where(sec, QStringLiteral("TimeScale"), file)));
+            fail(ErrTypeMismatch, cutText(), sec, QStringLiteral("TimeScale"), file);
         s.TimeScale = *timeScale;
     });
 }
@@ -179,10 +188,8 @@ qint16 GetIniInt(const QString &section, const QString &key, qint16 defaultValue
 {
     const qint32 v = IniFile(file).getInt(section, key, defaultValue);
     if (v < std::numeric_limits<qint16>::min() || v > std::numeric_limits<qint16>::max())
-        throw UlvexError(ErrOverflow,
-                         QStringLiteral("Overflow: the value %1 of %2 does not fit in 16 bits")
-                             .arg(v)
-                             .arg(where(section, key, file)));
+        fail(ErrOverflow, QStringLiteral("Overflow: the value %1 of %2 does not fit in 16 bits").arg(v),
+             section, key, file);
     return qint16(v);
 }
 
@@ -257,9 +264,9 @@ QStringList LoadGraphSettingsOrDefaults(GraphSettings &s)
     return problems;
 }
 
-void SaveGraphSettings(const GraphSettings &s)
+bool SaveGraphSettings(const GraphSettings &s)
 {
-    writeGraph(s, IniPath());
+    return writeGraph(s, IniPath());
 }
 
 void LoadLVSoilSettings(LVSoilSettings &s)
@@ -283,9 +290,9 @@ void LoadLVSoilSettings(LVSoilSettings &s)
     s = defaults;
 }
 
-void SaveLVSoilSettings(const LVSoilSettings &s)
+bool SaveLVSoilSettings(const LVSoilSettings &s)
 {
-    writeLVSoil(s, IniPath());
+    return writeLVSoil(s, IniPath());
 }
 
 } // namespace basIndProfile

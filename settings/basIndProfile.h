@@ -32,8 +32,9 @@ QString IniPath();
 std::optional<QString> GetIniSection(const QString &section, qint16 bufferSize,
                                      const QString &file);
 
-// The integer value of a key (leading digits, see IniFile::getInt), or the
-// default when the key is missing. Throws UlvexError 6 (overflow) when the value
+// The integer value of a key (leading decimal digits, or hexadecimal ones
+// after "0x"; enclosing quotes removed; see IniFile::getInt), or the default
+// when the key is missing. Throws SettingsFileError 6 (overflow) when the value
 // does not fit in 16 bits.
 qint16 GetIniInt(const QString &section, const QString &key, qint16 defaultValue,
                  const QString &file);
@@ -42,10 +43,10 @@ qint16 GetIniInt(const QString &section, const QString &key, qint16 defaultValue
 qint32 GetIniLong(const QString &section, const QString &key, qint32 defaultValue,
                   const QString &file);
 
-// The value of a key (or the default text when the key is missing), read
-// through a buffer of bufferSize bytes. std::nullopt is the error value
-// (code 1): the text filled the buffer (returned length == size - 1) and may
-// have been cut.
+// The value of a key without enclosing quotes (or the default text when the
+// key is missing), read through a buffer of bufferSize bytes. std::nullopt is
+// the error value (code 1): the text filled the buffer (returned length ==
+// size - 1) and may have been cut.
 std::optional<QString> GetIniString(const QString &section, const QString &key,
                                     qint16 bufferSize, const QString &defaultValue,
                                     const QString &file);
@@ -60,9 +61,10 @@ bool IniFileExists(const QString &path);
 
 // Fills the record from the "Graph Settings" section. When the file does not
 // exist it is created with every key at its default and the record is set to
-// the defaults. Throws UlvexError when a value cannot be taken (a float that
-// is not a number or fills its buffer, an integer outside 16 bits); the fields
-// read before the failing one keep their new values.
+// the defaults. Throws SettingsFileError (an UlvexError naming the file) when
+// a value cannot be taken (a float that is not a number or fills its buffer,
+// an integer outside 16 bits); the fields read before the failing one keep
+// their new values.
 void LoadGraphSettings(GraphSettings &settings);
 
 // The load of the options dialog, which must open whatever the file holds so
@@ -71,16 +73,19 @@ void LoadGraphSettings(GraphSettings &settings);
 // description (naming the key, its section and the file) for each such key.
 QStringList LoadGraphSettingsOrDefaults(GraphSettings &settings);
 
-// Writes every key of the record, in the record's order.
-void SaveGraphSettings(const GraphSettings &settings);
+// Writes every key of the record, in the record's order, all at once. False
+// when the file could not be written (read-only folder or file, disk full): it
+// then keeps its old bytes. The options dialog goes on without a word, as it
+// always did; the result is there for callers that can tell the user.
+bool SaveGraphSettings(const GraphSettings &settings);
 
 // Fills the record from the "LVSoil Settings" section; a missing (or empty)
 // section is written out with its defaults (6825 x 4200 twips) first. Throws
-// UlvexError like LoadGraphSettings.
+// SettingsFileError like LoadGraphSettings.
 void LoadLVSoilSettings(LVSoilSettings &settings);
 
-// Writes C1..C5, then Height, then Width.
-void SaveLVSoilSettings(const LVSoilSettings &settings);
+// Writes C1..C5, then Height, then Width; the result as SaveGraphSettings.
+bool SaveLVSoilSettings(const LVSoilSettings &settings);
 
 // Shortest decimal text that reads back as the same single-precision value,
 // always with "." ("1.5", "0.25", "0.3").

@@ -3,10 +3,15 @@
 // file of the program folder.
 //
 // Exit status: 0 written; 2 bad options or a selection not in the database;
-// 3 the database cannot be read; 4 the output cannot be written.
+// 3 the database cannot be read; 4 the output cannot be written; 5 the
+// settings file (Quillon.ini of the program folder) holds a value that cannot
+// be used. The settings are read by the graph update, in the middle of the
+// database work; their errors come as SettingsFileError, which names the file,
+// so that a user who mistyped a setting is not sent looking at the database.
 
 #include "data/clsDataConLayer.h"
 #include "output/render/RenderWindow.h"
+#include "settings/SettingsFileError.h"
 #include "shell/ResourceImages.h"
 #include "base/UlvexError.h"
 
@@ -138,6 +143,9 @@ int main(int argc, char *argv[])
         const QString status = window.showGraph(pictureSize);
         if (!status.isEmpty())
             return fail(2, QStringLiteral("the selection has no fronts to draw: %1").arg(status.simplified()));
+    } catch (const SettingsFileError &e) {
+        return fail(5, QStringLiteral("cannot use the settings file %1 (error %2): %3")
+                           .arg(e.file()).arg(e.number()).arg(e.description()));
     } catch (const UlvexError &e) {
         return fail(3, QStringLiteral("cannot read the database (error %1): %2").arg(e.number()).arg(e.description()));
     }

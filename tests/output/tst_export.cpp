@@ -16,6 +16,9 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
 #include <QTimer>
 #include <QtTest>
 
@@ -40,6 +43,34 @@ class TestExport : public QObject
     }
 
     static QString dataFolder(const AppFixture &app) { return app.dir.path() + "/data"; }
+
+    // Values as a computation leaves them, with more digits than a double
+    // holds for sure, in rows the two windows of chooseTwoSelections export:
+    // window 1 (buried, soil 1, flow 2) at 2 hours, window 2 (surface, soil 2,
+    // flow 3) at 3 hours.
+    static void storeComputedValues(const AppFixture &app)
+    {
+        const QString name = QStringLiteral("computed-values");
+        {
+            QSqlDatabase db = QSqlDatabase::addDatabase("QSQLITE", name);
+            db.setDatabaseName(app.dir.filePath("trickle.db"));
+            QVERIFY(db.open());
+            QSqlQuery q(db);
+            QVERIFY(q.prepare("Update BuriedData Set r = ?, zplus = ?, zminus = ? "
+                              "Where SoilType = 1 and FlowRate = 2 and Time = 2"));
+            q.addBindValue(0.14369305032500043);
+            q.addBindValue(0.1 + 0.2);
+            q.addBindValue(0.00001234);
+            QVERIFY2(q.exec() && q.numRowsAffected() == 1, qPrintable(q.lastError().text()));
+            QVERIFY(q.prepare("Update SurfaceData Set z = ?, r = ? "
+                              "Where SoilType = 2 and FlowRate = 3 and Time = 3"));
+            q.addBindValue(2.0 / 3.0);
+            q.addBindValue(100.0);
+            QVERIFY2(q.exec() && q.numRowsAffected() == 1, qPrintable(q.lastError().text()));
+            db.close();
+        }
+        QSqlDatabase::removeDatabase(name);
+    }
 
     template <typename T> static T *control(frmMain *w, const char *name)
     {
@@ -131,6 +162,7 @@ private slots:
     {
         AppFixture app;
         startSmall(app);
+        storeComputedValues(app);
         chooseTwoSelections(app);
         const QString file = dataFolder(app) + "/two.dat";
         QCOMPARE(exportTo(app, file), expectedFile("two_windows.dat"));
@@ -252,6 +284,7 @@ private slots:
     {
         AppFixture app;
         startSmall(app);
+        storeComputedValues(app);
         chooseTwoSelections(app);
         const QString file = dataFolder(app) + "/chosen.dat";
         {

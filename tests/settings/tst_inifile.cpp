@@ -1,4 +1,5 @@
 #include "settings/IniFile.h"
+#include "tests/common/FullDisk.h"
 #include "tests/common/TestFiles.h"
 
 #include <QDir>
@@ -66,7 +67,8 @@ private slots:
         QCOMPARE(ini.value("S", "a"), std::optional<QString>("1"));
         QCOMPARE(ini.value("S", "b"), std::optional<QString>("x=y"));
         QVERIFY(!ini.value("S", "; a comment").has_value());
-        QVERIFY(!ini.value("S", "# another").has_value());
+        // Only ";" starts a comment: "#" is part of the key.
+        QCOMPARE(ini.value("S", "# another"), std::optional<QString>("2"));
         QVERIFY(!ini.value("S", "no equals sign here").has_value());
         QCOMPARE(ini.sectionNames(), QStringList{"S"});
     }
@@ -108,15 +110,23 @@ private slots:
 
     void getStringBufferRules()
     {
-        const IniFile ini = IniFile::fromBytes("[S]\neight=12345678\nnine=123456789\nempty=\n");
+        const IniFile ini = IniFile::fromBytes(
+            "[S]\neight=12345678\nnine=123456789\nempty=\nq8=\"12345678\"\nq9='123456789'\n");
         QString out;
-        QCOMPARE(ini.getString("S", "eight", "", out, 10), 8);
-        QCOMPARE(out, QString("12345678"));
-        // Nine characters fill a buffer of 10 (9 + NUL): length == size - 1.
-        QCOMPARE(ini.getString("S", "nine", "", out, 10), 9);
-        QCOMPARE(out, QString("123456789"));
-        QCOMPARE(ini.getString("S", "nine", "", out, 5), 4);
-        QCOMPARE(out, QString("1234"));
+        // The rules apply to a value without its quotes, so "q8" and "q9"
+        // read like "eight" and "nine".
+        for (const QString prefix : {"", "q"}) {
+            QCOMPARE(ini.getString("S", prefix.isEmpty() ? "eight" : "q8", "", out, 10), 8);
+            QCOMPARE(out, QString("12345678"));
+            // Nine characters fill a buffer of 10 (9 + NUL): length == size - 1.
+            QCOMPARE(ini.getString("S", prefix.isEmpty() ? "nine" : "q9", "", out, 10), 9);
+            QCOMPARE(out, QString("123456789"));
+            QCOMPARE(ini.getString("S", prefix.isEmpty() ? "nine" : "q9", "", out, 5), 4);
+            QCOMPARE(out, QString("1234"));
+        }
+        // A default is taken as given, quotes and all.
+        QCOMPARE(ini.getString("S", "missing", "\"d\"", out, 10), 3);
+        QCOMPARE(out, QString("\"d\""));
         QCOMPARE(ini.getString("S", "empty", "dflt", out, 10), 0);
         QCOMPARE(out, QString());
         // The default: trailing blanks removed, cut like a value.
@@ -164,7 +174,6 @@ private slots:
         QTest::newRow("decimal") << QByteArray("3.9") << 3;
         QTest::newRow("not a number") << QByteArray("abc") << 0;
         QTest::newRow("sign only") << QByteArray("-") << 0;
-        QTest::newRow("hex is not read") << QByteArray("0x10") << 0;
         QTest::newRow("inner blank") << QByteArray("1 2") << 1;
         QTest::newRow("colour") << QByteArray("16777215") << 16777215;
         QTest::newRow("int max") << QByteArray("2147483647") << 2147483647;
@@ -175,6 +184,33 @@ private slots:
         QTest::newRow("far below held")
             << QByteArray("-99999999999999999999999999999") << int(-2147483647 - 1);
         QTest::newRow("leading zeros") << QByteArray("000000000000000000007") << 7;
+        // Hexadecimal after the sign: colours are often written so (red is 0xFF).
+        QTest::newRow("hex: red") << QByteArray("0xFF") << 255;
+        QTest::newRow("hex: upper prefix, mixed digits") << QByteArray("0XfF") << 255;
+        QTest::newRow("hex: blue") << QByteArray("0xFF0000") << 16711680;
+        QTest::newRow("hex: negative") << QByteArray("-0x10") << -16;
+        QTest::newRow("hex: plus") << QByteArray("+0x7fffffff") << 2147483647;
+        QTest::newRow("hex: trailing text") << QByteArray("0x1g") << 1;
+        QTest::newRow("hex: prefix only") << QByteArray("0x") << 0;
+        QTest::newRow("hex: no hex digit") << QByteArray("0xg1") << 0;
+        QTest::newRow("hex: blank after prefix") << QByteArray("0x 1") << 0;
+        QTest::newRow("hex: sign after prefix") << QByteArray("0x-1") << 0;
+        QTest::newRow("hex: prefix after digits") << QByteArray("00x10") << 0;
+        QTest::newRow("hex: x without 0") << QByteArray("x10") << 0;
+        QTest::newRow("hex: above range held") << QByteArray("0x80000000") << 2147483647;
+        QTest::newRow("hex: all ones held") << QByteArray("0xFFFFFFFF") << 2147483647;
+        QTest::newRow("hex: far above held") << QByteArray("0xFFFFFFFFFFFFFFFFFFFFFFFF") << 2147483647;
+        QTest::newRow("hex: int min") << QByteArray("-0x80000000") << int(-2147483647 - 1);
+        QTest::newRow("hex: below range held") << QByteArray("-0x80000001") << int(-2147483647 - 1);
+        QTest::newRow("hex: leading zeros") << QByteArray("0x0000000000000000000000A") << 10;
+        // The value between a matching pair of quotes is read.
+        QTest::newRow("quoted: double quotes") << QByteArray("\"42\"") << 42;
+        QTest::newRow("quoted: single quotes") << QByteArray("'-7'") << -7;
+        QTest::newRow("quoted: hex") << QByteArray("\"0xFF\"") << 255;
+        QTest::newRow("quoted: blank inside") << QByteArray("\" 12\"") << 12;
+        QTest::newRow("quoted: empty pair gives default") << QByteArray("\"\"") << -999;
+        QTest::newRow("quoted: opening only") << QByteArray("\"12") << 0;
+        QTest::newRow("quoted: mixed pair") << QByteArray("\"12'") << 0;
     }
 
     void getIntLeadingDigits()
@@ -183,6 +219,72 @@ private slots:
         QFETCH(int, expected);
         const IniFile ini = IniFile::fromBytes("[S]\nk=" + text + "\n");
         QCOMPARE(ini.getInt("S", "k", -999), expected);
+    }
+
+    void quotedValues_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("double quotes") << QByteArray("\"1.75\"") << QString("1.75");
+        QTest::newRow("single quotes") << QByteArray("'1.75'") << QString("1.75");
+        QTest::newRow("blanks outside") << QByteArray("  \"1.75\"  ") << QString("1.75");
+        QTest::newRow("blanks inside kept") << QByteArray("\" a b \"") << QString(" a b ");
+        QTest::newRow("empty pair") << QByteArray("\"\"") << QString();
+        QTest::newRow("empty single pair") << QByteArray("''") << QString();
+        QTest::newRow("outer pair only") << QByteArray("\"a\"b\"") << QString("a\"b");
+        QTest::newRow("other quotes inside") << QByteArray("'say \"hi\"'") << QString("say \"hi\"");
+        QTest::newRow("mixed pair kept") << QByteArray("\"1.75'") << QString("\"1.75'");
+        QTest::newRow("mixed pair kept 2") << QByteArray("'1.75\"") << QString("'1.75\"");
+        QTest::newRow("lone quote kept") << QByteArray("\"") << QString("\"");
+        QTest::newRow("opening only kept") << QByteArray("\"1.75") << QString("\"1.75");
+        QTest::newRow("closing only kept") << QByteArray("1.75\"") << QString("1.75\"");
+        QTest::newRow("quotes inside kept") << QByteArray("a\"1\"b") << QString("a\"1\"b");
+        QTest::newRow("one pair removed") << QByteArray("\"\"x\"\"") << QString("\"x\"");
+    }
+
+    void quotedValues()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(QString, expected);
+        const IniFile ini = IniFile::fromBytes("[S]\nk=" + text + "\n");
+        QString out;
+        QCOMPARE(ini.getString("S", "k", "dflt", out, 100), int(expected.toUtf8().size()));
+        QCOMPARE(out, expected);
+        // value() and the whole-section read give the text as it stands.
+        QCOMPARE(ini.value("S", "k"), std::optional<QString>(QString::fromUtf8(text.trimmed())));
+        QCOMPARE(ini.getSection("S", out, 100), int(text.trimmed().size()) + 3);
+        QCOMPARE(out, "k=" + QString::fromUtf8(text.trimmed()) + QChar(0));
+    }
+
+    void hashStartsNoComment()
+    {
+        const IniFile ini = IniFile::fromBytes("[S]\n#Key=1\n# note\n;k=2\nk=3\n");
+        QCOMPARE(ini.value("S", "#Key"), std::optional<QString>("1"));
+        QCOMPARE(ini.value("s", "#KEY"), std::optional<QString>("1"));
+        QCOMPARE(ini.getInt("S", "#key", -1), 1);
+        QVERIFY(!ini.value("S", "Key").has_value());
+        QVERIFY(!ini.value("S", ";k").has_value());
+        QCOMPARE(ini.value("S", "k"), std::optional<QString>("3"));
+        // "# note" holds no "=": a bare line, listed like one by the section read.
+        QString out;
+        const QString expected = QString("#Key=1") + QChar(0) + "# note" + QChar(0) + "k=3" + QChar(0);
+        QCOMPARE(ini.getSection("S", out, 100), int(expected.size()));
+        QCOMPARE(out, expected);
+    }
+
+    void hashKeysAreWrittenAndReadBack()
+    {
+        QVERIFY(writeAll(m_path, "[S]\n#Key=1\n# note\n"));
+        IniFile ini(m_path);
+        QVERIFY(ini.writeString("S", "#key", "2"));
+        QVERIFY(ini.writeString("S", "#New", "3"));
+        QVERIFY(ini.writeString("#Section", "#k", "4"));
+        QCOMPARE(readAll(m_path), QByteArray("[S]\n#Key=2\n# note\n#New=3\n\n[#Section]\n#k=4\n"));
+        const IniFile back(m_path);
+        QCOMPARE(back.value("S", "#KEY"), std::optional<QString>("2"));
+        QCOMPARE(back.value("S", "#new"), std::optional<QString>("3"));
+        QCOMPARE(back.getInt("#section", "#K", 0), 4);
+        QCOMPARE(back.sectionNames(), QStringList({"S", "#Section"}));
     }
 
     void getIntDefaults()
@@ -302,6 +404,8 @@ private slots:
         QVERIFY(!ini.writeString("A", "", "v"));
         QVERIFY(!ini.writeString("A", "a=b", "v"));
         QVERIFY(!ini.writeString("A", ";c", "v"));
+        QVERIFY(!ini.writeString("A", " ;c", "v"));
+        QVERIFY(!ini.writeString("A", "[c", "v"));
         QVERIFY(!ini.writeString("A]", "k", "v"));
         QVERIFY(!QFile::exists(m_path));
         QVERIFY(!IniFile::fromBytes("[A]\n").writeString("A", "k", "v")); // no path
@@ -339,6 +443,42 @@ private slots:
         QVERIFY(!ini.writeString("A", "k", "v"));
         QVERIFY(!QFile::exists(path));
         QVERIFY(!ini.value("A", "k").has_value()); // the object is unchanged too
+    }
+
+    // A disk that is full (or a file that may grow no more) makes every write
+    // fail: the settings file keeps its old bytes, no temporary file is left
+    // behind, and the object still holds what the file holds.
+    void fullDiskKeepsTheOldFile_data() { FullDisk::addRows(); }
+    void fullDiskKeepsTheOldFile()
+    {
+        QFETCH(int, kind);
+        QTemporaryDir dir;
+        QVERIFY(dir.isValid());
+        static const QByteArray old = "; my settings\n[Graph Settings]\nMaxX=1.5\nMaxY=2\n";
+        const auto prepare = [](const QString &folder) {
+            return writeAll(folder + "/test.ini", old) ? QString() : QString("cannot write test.ini");
+        };
+        const auto check = [](const QString &folder) -> QString {
+            const QString path = folder + "/test.ini";
+            IniFile ini(path);
+            const bool written = ini.writeString("Graph Settings", "MaxX", "2.5");
+            QString failure = FullDisk::keptBytes(path, old, "writeString");
+            if (written || !failure.isEmpty())
+                return "writeString reported success or changed the file; " + failure;
+            if (ini.value("Graph Settings", "MaxX") != std::optional<QString>("1.5"))
+                return "writeString changed the object";
+            if (ini.writeString("New", "k", QString(10000, 'x')))
+                return "a long writeString reported success";
+            if (!ini.setString("Graph Settings", "MaxY", "3") || ini.commit())
+                return "commit reported success";
+            failure = FullDisk::keptBytes(path, old, "commit");
+            if (!failure.isEmpty())
+                return failure;
+            if (FullDisk::files(folder) != QStringList{"test.ini"})
+                return "files left behind: " + FullDisk::files(folder).join(", ");
+            return QString();
+        };
+        FullDisk::verify(FullDisk::Kind(kind), dir.path(), prepare, check);
     }
 
     void writeOverDirectoryFails()

@@ -1,8 +1,10 @@
 #include "settings/GraphSettings.h"
 #include "settings/LVSoilSettings.h"
+#include "settings/SettingsFileError.h"
 #include "settings/basIndProfile.h"
 #include "base/ProgramFolder.h"
 #include "base/UlvexError.h"
+#include "tests/common/FullDisk.h"
 #include "tests/common/TestFiles.h"
 #include "tests/settings/SettingsDump.h"
 
@@ -260,6 +262,44 @@ private slots:
         QCOMPARE(dump(g), dump(e));
     }
 
+    // Files edited by hand: values in quotes, colours in hexadecimal, and "#"
+    // as part of a key rather than the start of a comment.
+    void quotedAndHexadecimalValuesAreRead()
+    {
+        put("[Graph Settings]\n#MaxX=9\nMaxX=\"1.75\"\nMaxY='2'\nMaxSim=\"3\"\nColor1=0xFF\n"
+            "Color2=\"0x00FF00\"\nColor3=-0x1\nEmitterDepth=\"12345678\"\nTimeScale='LIN'\n"
+            "[LVSoil Settings]\nC1=\"0.5\"\nWidth='7000'\n");
+        GraphSettings g;
+        LoadGraphSettings(g);
+        GraphSettings e;
+        e.MaxX = 1.75f;
+        e.MaxY = 2.0f;
+        e.MaxSim = 3;
+        e.Color[1] = 255;
+        e.Color[2] = 65280;
+        e.Color[3] = -1;
+        e.EmitterDepth = 12345678.0f; // eight characters between the quotes fit the buffer
+        e.TimeScale = "LIN";
+        QCOMPARE(dump(g), dump(e));
+        LVSoilSettings lv;
+        LoadLVSoilSettings(lv);
+        LVSoilSettings f;
+        f.C1 = 0.5f;
+        f.Width = 7000;
+        f.Height = 2535;
+        QCOMPARE(dump(lv), dump(f));
+    }
+
+    void quotedMaxXOfNineCharactersIsCutAndFails()
+    {
+        put("[Graph Settings]\nMaxX=\"1.2345678\"\n");
+        GraphSettings g;
+        const UlvexError e = expectFailure<GraphSettings>(LoadGraphSettings, g);
+        QCOMPARE(e.number(), 13);
+        QVERIFY2(e.description().contains("\"MaxX\"") && e.description().contains(m_ini),
+                 qPrintable(e.description()));
+    }
+
     void missingKeysTakeDefaultsAndNothingIsWritten()
     {
         const QByteArray text = "[Graph Settings]\r\nMaxSim=3\r\n; nothing else\r\n";
@@ -288,6 +328,40 @@ private slots:
         QCOMPARE(g.MaxX, 13.5f);
         QCOMPARE(g.MaxY, 14.5f);
         QCOMPARE(g.TimeScale, QString("odd"));
+    }
+
+    // Every load failure is a SettingsFileError carrying the file, so that a
+    // caller can tell it from a database failure and name the file.
+    void loadFailuresNameTheSettingsFile_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<int>("number");
+        QTest::newRow("float no number") << QByteArray("[Graph Settings]\nMaxX=abc\n") << 13;
+        QTest::newRow("float beyond single") << QByteArray("[Graph Settings]\nWidth=1e39\n") << 6;
+        QTest::newRow("float cut") << QByteArray("[Graph Settings]\nMaxY=123456789\n") << 13;
+        QTest::newRow("integer beyond 16 bits") << QByteArray("[Graph Settings]\nBackOn=0x10000\n") << 6;
+        QTest::newRow("time scale cut") << QByteArray("[Graph Settings]\nTimeScale=LOGARITHMIC\n") << 13;
+        QTest::newRow("soil-list float") << QByteArray("[LVSoil Settings]\nC3=x\n") << 13;
+        QTest::newRow("soil-list size") << QByteArray("[LVSoil Settings]\nHeight=-40000\n") << 6;
+    }
+    void loadFailuresNameTheSettingsFile()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(int, number);
+        put(text);
+        QString file;
+        int thrown = 0;
+        try {
+            GraphSettings g;
+            LoadGraphSettings(g);
+            LVSoilSettings lv;
+            LoadLVSoilSettings(lv);
+        } catch (const SettingsFileError &e) {
+            file = e.file();
+            thrown = e.number();
+        }
+        QCOMPARE(thrown, number);
+        QCOMPARE(file, m_ini);
     }
 
     void maxXLongerStillFails()
@@ -738,6 +812,46 @@ private slots:
         QCOMPARE(readAll(ro + "/Quillon.ini"), before);
         QCOMPARE(readAll(fileRo + "/Quillon.ini"), before);
         QVERIFY(!QFile::exists(roEmpty + "/Quillon.ini"));
+    }
+
+    // A full disk (or a file that may grow no more): every save reports its
+    // failure and the user's settings keep their old bytes.
+    void fullDiskKeepsTheSettings_data() { FullDisk::addRows(); }
+    void fullDiskKeepsTheSettings()
+    {
+        QFETCH(int, kind);
+        QTemporaryDir dir;
+        QVERIFY(dir.isValid());
+        static const QByteArray old = "; edited by hand\n"
+            + QByteArray(DefaultGraphFile).replace("MaxX=1.5", "MaxX=2.5") + "\n" + DefaultLVSoilSection;
+        const auto prepare = [](const QString &folder) {
+            return writeAll(folder + "/Quillon.ini", old) ? QString() : QString("cannot write Quillon.ini");
+        };
+        const auto check = [](const QString &folder) -> QString {
+            ProgramFolder::setOverride(folder);
+            const bool graphSaved = SaveGraphSettings(oddGraph());
+            QString failure = FullDisk::keptBytes(IniPath(), old, "SaveGraphSettings");
+            if (graphSaved || !failure.isEmpty())
+                return "SaveGraphSettings reported success or changed the file; " + failure;
+            const bool soilSaved = SaveLVSoilSettings(oddLVSoil());
+            failure = FullDisk::keptBytes(IniPath(), old, "SaveLVSoilSettings");
+            if (soilSaved || !failure.isEmpty())
+                return "SaveLVSoilSettings reported success or changed the file; " + failure;
+            const qint16 written = WriteIniString(GraphSection, "MaxY", "3", IniPath());
+            failure = FullDisk::keptBytes(IniPath(), old, "WriteIniString");
+            if (written != 0 || !failure.isEmpty())
+                return "WriteIniString reported success or changed the file; " + failure;
+            GraphSettings loaded;
+            LoadGraphSettings(loaded);
+            GraphSettings expected;
+            expected.MaxX = 2.5f;
+            if (dump(loaded) != dump(expected))
+                return "the settings read back as " + dump(loaded);
+            if (FullDisk::files(folder) != QStringList{"Quillon.ini"})
+                return "files left behind: " + FullDisk::files(folder).join(", ");
+            return QString();
+        };
+        FullDisk::verify(FullDisk::Kind(kind), dir.path(), prepare, check);
     }
 
     void missingProgramFolderUsesTheConfigFolder()

@@ -133,14 +133,28 @@ public:
         g = GraphSettings();
         lv = LVSoilSettings();
         QList<QPair<QByteArray, QByteArray>> graph, soil;
-        auto f8 = [this](float &target) {
+        // Hand-edited forms read as the same values: a value in quotes, an
+        // integer in hexadecimal.
+        auto quoted = [this](const QByteArray &t) {
+            if (!chance(20))
+                return t;
+            const char q = chance(50) ? '"' : '\'';
+            return q + t + q;
+        };
+        auto integer = [this, &quoted](qint64 v) {
+            if (!chance(20))
+                return quoted(QByteArray::number(v));
+            const QByteArray hex = (chance(50) ? "0x" : "0X") + QByteArray::number(qAbs(v), 16);
+            return quoted(v < 0 ? "-" + hex : hex);
+        };
+        auto f8 = [this, &quoted](float &target) {
             const QByteArray t = QByteArray::number(below(100000) / 1000.0, 'f', 3);
             target = t.toFloat();
-            return t;
+            return quoted(t);
         };
-        auto i16 = [this](qint16 &target) {
+        auto i16 = [this, &integer](qint16 &target) {
             target = qint16(below(65536) - 32768);
-            return QByteArray::number(target);
+            return integer(target);
         };
         if (chance(80)) graph.append({"AutoScaleX", i16(g.AutoScaleX)});
         if (chance(80)) graph.append({"AutoScaleY", i16(g.AutoScaleY)});
@@ -154,14 +168,14 @@ public:
         for (int i = 1; i <= 8; ++i) {
             if (chance(80)) {
                 g.Color[size_t(i)] = qint32(m_rng.generate());
-                graph.append({"Color" + QByteArray::number(i), QByteArray::number(g.Color[size_t(i)])});
+                graph.append({"Color" + QByteArray::number(i), integer(g.Color[size_t(i)])});
             }
         }
         if (chance(80)) graph.append({"Width", f8(g.Width)});
         if (chance(80)) {
             static const char *const scales[] = {"LOG", "LIN", "Log", "x", "12345678"};
             g.TimeScale = scales[below(5)];
-            graph.append({"TimeScale", g.TimeScale.toLatin1()});
+            graph.append({"TimeScale", quoted(g.TimeScale.toLatin1())});
         }
         withLV = chance(70);
         if (withLV) {

@@ -14,10 +14,10 @@ struct Run
     QString err;
 };
 
-Run render(const QStringList &arguments)
+Run render(const QStringList &arguments, const QString &program = QStringLiteral(ULVEX_RENDER_EXE))
 {
     QProcess p;
-    p.start(QStringLiteral(ULVEX_RENDER_EXE), arguments);
+    p.start(program, arguments);
     if (!p.waitForFinished(60000))
         return {};
     return {p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1,
@@ -126,6 +126,47 @@ private slots:
         QCOMPARE(r.status, 3);
         QCOMPARE(bytes(junk), before);
         QVERIFY(!QFile::exists(dir.filePath("b.png")));
+    }
+
+    // The renderer reads the settings file of its own folder: a copy of it in
+    // a folder of the test's own gets a settings file written by the test.
+    void unusableSettingsExitFiveNamingTheFile_data()
+    {
+        QTest::addColumn<QByteArray>("settings");
+        QTest::addColumn<QString>("key");
+        QTest::newRow("float no number") << QByteArray("[Graph Settings]\nMaxX=abc\n") << "MaxX";
+        QTest::newRow("float cut") << QByteArray("[Graph Settings]\nMaxY=1.2345678\n") << "MaxY";
+        QTest::newRow("integer beyond 16 bits") << QByteArray("[Graph Settings]\nMaxSim=70000\n")
+                                                << "MaxSim";
+    }
+    void unusableSettingsExitFiveNamingTheFile()
+    {
+        QFETCH(QByteArray, settings);
+        QFETCH(QString, key);
+        QTemporaryDir folder;
+        QVERIFY(folder.isValid());
+        const QString program = folder.filePath("ulvex-render");
+        QVERIFY(QFile::copy(ULVEX_RENDER_EXE, program));
+        const QString ini = folder.filePath("Quillon.ini");
+        QFile file(ini);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(settings) == settings.size());
+        file.close();
+        const QString out = folder.filePath("graph.png");
+        const Run r = render({"--database", db, "-o", out}, program);
+        QCOMPARE(r.status, 5);
+        QCOMPARE(r.err.count('\n'), 1);
+        QVERIFY2(r.err.startsWith("ulvex-render: cannot use the settings file " + ini + " "), qPrintable(r.err));
+        QVERIFY2(r.err.contains("\"" + key + "\""), qPrintable(r.err));
+        QVERIFY2(!r.err.contains("database"), qPrintable(r.err));
+        QVERIFY(!QFile::exists(out));
+        QCOMPARE(bytes(ini), settings); // a failed load writes nothing
+
+        // Mended, the same folder draws.
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write("[Graph Settings]\nMaxX=\"1.75\"\n");
+        file.close();
+        QCOMPARE(render({"--database", db, "-o", out}, program).status, 0);
+        QVERIFY(QImage(out).width() > 0);
     }
 
     void missingTableExitsThree()
