@@ -69,6 +69,19 @@ QString configFolder()
     return base + QStringLiteral("/ulvex");
 }
 
+QString dataFolder()
+{
+    QString base = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    if (base.isEmpty())
+        base = QDir::homePath() + QStringLiteral("/.local/share");
+    return base + QStringLiteral("/ulvex");
+}
+
+QString userDatabase()
+{
+    return dataFolder() + QStringLiteral("/trickle.db");
+}
+
 QString settingsFile()
 {
     const QString shipped = ProgramFolder::file(QLatin1String(SettingsName));

@@ -32,6 +32,15 @@ QString configFolder();
 // are still read; saving them then fails as it would for any read-only file.
 QString settingsFile();
 
+// The user's data folder for the program, "$XDG_DATA_HOME/ulvex" (by default
+// "~/.local/share/ulvex"), without a trailing "/". The user's own soils live
+// there, in a database of their own.
+QString dataFolder();
+
+// The user's database: the shipped database plus the user's own soils,
+// "trickle.db" in the data folder. Written only by the database builder.
+QString userDatabase();
+
 // The folder the export offers first: the program folder's "data" when the
 // user may write there, else the user's documents folder (the home folder
 // when there is none).

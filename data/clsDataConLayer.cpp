@@ -1,7 +1,7 @@
 #include "data/clsDataConLayer.h"
 
 #include "data/DataErrors.h"
-#include "base/ProgramFolder.h"
+#include "data/UserDatabase.h"
 #include "base/UlvexError.h"
 
 #include <QAtomicInteger>
@@ -30,7 +30,7 @@ QString clsDataConLayer::databasePath()
 {
     if (!databaseOverride().isEmpty())
         return databaseOverride();
-    return ProgramFolder::file(QStringLiteral("trickle.db"));
+    return UserDatabase::activePath();
 }
 
 void clsDataConLayer::setDatabaseOverride(const QString &path)

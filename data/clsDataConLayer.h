@@ -18,7 +18,7 @@
 class clsDataConLayer
 {
 public:
-    // Reads: the database ProgramFolder::file("trickle.db"), opened read-only,
+    // Reads: the database databasePath(), opened read-only,
     // so a read never changes the file. A missing file is reported and never
     // created.
     QString sfDatasetLoad(const QString &sql, std::unique_ptr<clsSourceRecordset> &rs);
@@ -28,8 +28,9 @@ public:
     // path) and opened for writing. A missing file is not created either.
     QString sfDatasetSave(const QString &sql, std::unique_ptr<clsSourceRecordset> &rs);
 
-    // The file the read path opens: the program folder's trickle.db, unless a
-    // command-line caller named another database file.
+    // The file the read path opens: the database UserDatabase chose (the
+    // user's own when there is a usable one, else the program folder's
+    // trickle.db), unless a command-line caller named another database file.
     static QString databasePath();
     static void setDatabaseOverride(const QString &path);
     // The name the save path opens.

@@ -1,6 +1,11 @@
 #include "shell/basMain.h"
 
+#include "base/UlvexError.h"
+#include "data/DataErrors.h"
+#include "data/UserDatabase.h"
 #include "data/basSafeRoutines.h"
+#include "mysoils/frmMySoils.h"
+#include "shell/ErrorMessage.h"
 #include "shell/ResourceImages.h"
 #include "shell/basGlobals.h"
 #include "shell/frmMDIMain.h"
@@ -91,6 +96,10 @@ frmMDIMain *Main()
             return nullptr;
     }
 
+    // The user's own database, when there is a usable one, is read instead of
+    // the shipped one from the first query on.
+    const QString userDatabaseTrouble = UserDatabase::choose();
+
     // 3.-7. The frame.
     auto *frame = new frmMDIMain;
     SetupHelpAndToolbar(frame);
@@ -114,6 +123,19 @@ frmMDIMain *Main()
     // 10.-11. Let both windows finish loading and drawing, then side by side.
     basSafeRoutines::sfPause(500);
     frame->TileVertically();
+
+    // A user database that cannot be read costs the user's soils for now, not
+    // the program: say which file, and go on with the shipped one. A newer
+    // shipped database is offered once to compute the user's soils on.
+    if (!userDatabaseTrouble.isEmpty())
+        ErrorMessage::show(frame, UlvexError(DataErrors::DatabaseOpen,
+                                             userDatabaseTrouble
+                                                 + QStringLiteral(". Your own soils cannot be shown; "
+                                                                  "Ulvex reads its own database ")
+                                                 + UserDatabase::shippedPath()
+                                                 + QStringLiteral(" instead.")));
+    else
+        frmMySoils::offerRecompute(frame);
     return frame;
 }
 

@@ -13,6 +13,7 @@
 #include "shell/ErrorMessage.h"
 #include "base/UlvexError.h"
 #include "simulation/frmMain.h"
+#include "mysoils/frmMySoils.h"
 
 #include <QAction>
 #include <QCloseEvent>
@@ -78,6 +79,7 @@ void frmMDIMain::buildMenus()
     QMenu *mnuOptions = menuBar()->addMenu(QStringLiteral("Options"));
     mnuOptions->setObjectName(QStringLiteral("mnuOptions"));
     QAction *mnuGraph = item(mnuOptions, QStringLiteral("mnuGraph"), QStringLiteral("Graph"));
+    QAction *mnuMySoils = item(mnuOptions, QStringLiteral("mnuMySoils"), QStringLiteral("My Soils..."));
 
     QMenu *mnuWindows = menuBar()->addMenu(QStringLiteral("Windows"));
     mnuWindows->setObjectName(QStringLiteral("mnuWindows"));
@@ -99,6 +101,7 @@ void frmMDIMain::buildMenus()
     connect(mnuNew, &QAction::triggered, this, &frmMDIMain::mnuNew_Click);
     connect(mnuExit, &QAction::triggered, this, &frmMDIMain::mnuExit_Click);
     connect(mnuGraph, &QAction::triggered, this, &frmMDIMain::showGraphOptions);
+    connect(mnuMySoils, &QAction::triggered, this, &frmMDIMain::showMySoils);
     connect(mnuTile, &QAction::triggered, this, &frmMDIMain::TileVertically);
     connect(mnuCascade, &QAction::triggered, this, &frmMDIMain::Cascade);
     connect(mnuContents, &QAction::triggered, this, &frmMDIMain::mnuContents_Click);
@@ -416,6 +419,12 @@ void frmMDIMain::showGraphOptions()
                                                                "options show their defaults instead, "
                                                                "and Accept saves them.\n")
                                                     + dialog.loadProblems().join(QLatin1Char('\n'))));
+    dialog.exec();
+}
+
+void frmMDIMain::showMySoils()
+{
+    frmMySoils dialog(this);
     dialog.exec();
 }
 

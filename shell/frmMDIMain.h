@@ -63,6 +63,9 @@ public:
     // The graph options dialog, opened from the menu and by a double click on
     // a graph.
     void showGraphOptions();
+    // "My Soils": the user's own soils, added and removed through the
+    // database builder.
+    void showMySoils();
 
     // Where print, preview and export are wired to their routines.
     QAction *printDataAction() const { return mnuPrintData; }

@@ -48,6 +48,16 @@ private slots:
         QCOMPARE(UserFolders::configFolder(), configHome() + "/ulvex");
     }
 
+    void userDatabaseFollowsXdgDataHome()
+    {
+        const QString data = m_home.filePath("data");
+        qputenv("XDG_DATA_HOME", QFile::encodeName(data));
+        QCOMPARE(UserFolders::dataFolder(), data + "/ulvex");
+        QCOMPARE(UserFolders::userDatabase(), data + "/ulvex/trickle.db");
+        // Naming it makes nothing.
+        QVERIFY(!QFileInfo::exists(data));
+    }
+
     void writableProgramFolderKeepsEverythingBesideTheProgram()
     {
         // A temporary folder of our own is writable: no override needed.

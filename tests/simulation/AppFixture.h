@@ -3,6 +3,7 @@
 #include "shell/ErrorMessage.h"
 #include "base/ProgramFolder.h"
 #include "base/UlvexError.h"
+#include "data/UserDatabase.h"
 #include "shell/basGlobals.h"
 #include "shell/basMain.h"
 #include "shell/frmMDIMain.h"
@@ -10,6 +11,7 @@
 #include "tests/common/TestDatabase.h"
 
 #include <QAction>
+#include <QFile>
 #include <QMdiSubWindow>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -26,6 +28,11 @@ struct AppFixture
 
     explicit AppFixture(bool withDatabase = true)
     {
+        // The user's own folders lie in the temporary folder too: never the
+        // real ones of whoever runs the tests.
+        qputenv("XDG_DATA_HOME", QFile::encodeName(dir.filePath("xdg-data")));
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(dir.filePath("xdg-config")));
+        UserDatabase::reset();
         ProgramFolder::setOverride(dir.path());
         if (withDatabase)
             TestDatabase::create(dir.path());
@@ -38,6 +45,7 @@ struct AppFixture
         frame.reset();
         basGlobals::colSimWindows().clear();
         ErrorMessage::setSink({});
+        UserDatabase::reset();
         ProgramFolder::setOverride(QString());
     }
     void start()

@@ -1,0 +1,205 @@
+#include "mysoils/SoilEntry.h"
+
+#include <charconv>
+#include <cmath>
+
+namespace {
+
+const double SecondsPerDay = 86400.0;
+
+// A field of the catalogue: quoted when it holds a comma or a quote, as the
+// catalogue reader expects.
+QString field(const QString &text)
+{
+    QString t = text;
+    t.replace(QLatin1Char('\n'), QLatin1Char(' '));
+    t.replace(QLatin1Char('\r'), QLatin1Char(' '));
+    if (!t.contains(QLatin1Char(',')) && !t.contains(QLatin1Char('"')))
+        return t;
+    t.replace(QStringLiteral("\""), QStringLiteral("\"\""));
+    return QLatin1Char('"') + t + QLatin1Char('"');
+}
+
+// A converted value without the last digits' noise of the conversion
+// (0.036 1/cm is 3.6 1/m and back 0.036, not 0.036000000000000004).
+double tidy(double v)
+{
+    return QString::number(v, 'g', 12).toDouble();
+}
+
+bool inside(double v, const SoilEntry::Range &r)
+{
+    return std::isfinite(v) && v >= r.low && v <= r.high;
+}
+
+QString rangeText(const SoilEntry::Range &r, const QString &unit = QString())
+{
+    return QStringLiteral("from %1 to %2%3")
+        .arg(SoilEntry::numberText(r.low), SoilEntry::numberText(r.high),
+             unit.isEmpty() ? QString() : QLatin1Char(' ') + unit);
+}
+
+} // namespace
+
+QStringList SoilEntry::textures()
+{
+    return {QStringLiteral("coarse"), QStringLiteral("moderately coarse"), QStringLiteral("medium"),
+            QStringLiteral("moderately fine"), QStringLiteral("fine")};
+}
+
+QString SoilEntry::unitText(AlphaUnit unit)
+{
+    return unit == AlphaUnit::PerMetre ? QStringLiteral("1/m") : QStringLiteral("1/cm");
+}
+
+QString SoilEntry::unitText(KsUnit unit)
+{
+    switch (unit) {
+    case KsUnit::MetrePerDay:
+        return QStringLiteral("m/day");
+    case KsUnit::CentimetrePerDay:
+        return QStringLiteral("cm/day");
+    case KsUnit::CentimetrePerHour:
+        return QStringLiteral("cm/h");
+    case KsUnit::MetrePerSecond:
+        break;
+    }
+    return QStringLiteral("m/s");
+}
+
+QList<SoilEntry::AlphaUnit> SoilEntry::alphaUnits()
+{
+    return {AlphaUnit::PerMetre, AlphaUnit::PerCentimetre};
+}
+
+QList<SoilEntry::KsUnit> SoilEntry::ksUnits()
+{
+    return {KsUnit::MetrePerDay, KsUnit::CentimetrePerDay, KsUnit::CentimetrePerHour,
+            KsUnit::MetrePerSecond};
+}
+
+double SoilEntry::toSi(AlphaUnit unit)
+{
+    return unit == AlphaUnit::PerMetre ? 1.0 : 100.0;
+}
+
+double SoilEntry::toSi(KsUnit unit)
+{
+    switch (unit) {
+    case KsUnit::MetrePerDay:
+        return 1.0 / SecondsPerDay;
+    case KsUnit::CentimetrePerDay:
+        return 0.01 / SecondsPerDay;
+    case KsUnit::CentimetrePerHour:
+        return 0.01 / 3600.0;
+    case KsUnit::MetrePerSecond:
+        break;
+    }
+    return 1.0;
+}
+
+SoilEntry::Range SoilEntry::alphaRange(AlphaUnit unit)
+{
+    const double f = toSi(unit);
+    return {tidy(0.01 / f), tidy(100.0 / f)};
+}
+
+SoilEntry::Range SoilEntry::ksRange(KsUnit unit)
+{
+    const double f = toSi(unit);
+    // Rounded to the digits a user types: the limits are broad anyway.
+    return {tidy(1e-9 / f), tidy(1e-3 / f)};
+}
+
+QString SoilEntry::numberText(double value)
+{
+    char buf[64];
+    const auto res = std::to_chars(buf, buf + sizeof buf, value);
+    return QString::fromLatin1(buf, int(res.ptr - buf));
+}
+
+QStringList SoilEntry::problems(const QStringList &takenNames) const
+{
+    QStringList p;
+    const QString trimmed = name.trimmed();
+    if (trimmed.isEmpty())
+        p << QStringLiteral("Name: enter a name for the soil");
+    else if (trimmed.size() > MaxNameLength)
+        p << QStringLiteral("Name: at most %1 characters").arg(MaxNameLength);
+    else
+        for (const QString &taken : takenNames)
+            if (taken.trimmed().compare(trimmed, Qt::CaseInsensitive) == 0) {
+                p << QStringLiteral("Name: the database holds a soil named \"%1\" already; "
+                                    "choose another name")
+                         .arg(taken.trimmed());
+                break;
+            }
+    if (!textures().contains(texture))
+        p << QStringLiteral("Texture group: choose one of %1").arg(textures().join(QStringLiteral(", ")));
+    if (clayPercent && !inside(*clayPercent, clayRange()))
+        p << QStringLiteral("Clay (%): %1, or leave it empty").arg(rangeText(clayRange()));
+    if (classification.trimmed().size() > MaxClassificationLength)
+        p << QStringLiteral("Classification: at most %1 characters").arg(MaxClassificationLength);
+    if (!inside(thetaR, thetaRRange()))
+        p << QStringLiteral("theta_r: %1 m3/m3").arg(rangeText(thetaRRange()));
+    if (!inside(thetaS, thetaSRange()))
+        p << QStringLiteral("theta_s: %1 m3/m3").arg(rangeText(thetaSRange()));
+    else if (inside(thetaR, thetaRRange()) && !(thetaR < thetaS))
+        p << QStringLiteral("theta_s: must be greater than theta_r (%1)").arg(numberText(thetaR));
+    if (!inside(alpha, alphaRange(alphaUnit)))
+        p << QStringLiteral("alpha: %1").arg(rangeText(alphaRange(alphaUnit), unitText(alphaUnit)));
+    if (!inside(n, nRange()))
+        p << QStringLiteral("n: greater than 1, %1").arg(rangeText(nRange()));
+    if (!inside(ks, ksRange(ksUnit)))
+        p << QStringLiteral("Ks: %1").arg(rangeText(ksRange(ksUnit), unitText(ksUnit)));
+    return p;
+}
+
+QString SoilEntry::catalogue(const QList<SoilEntry> &soils)
+{
+    // One header serves every soil only when they share their units; a soil
+    // in other units is converted to those of the first.
+    const AlphaUnit alphaUnit = soils.isEmpty() ? AlphaUnit::PerCentimetre : soils.first().alphaUnit;
+    const KsUnit ksUnit = soils.isEmpty() ? KsUnit::CentimetrePerDay : soils.first().ksUnit;
+    QString text = QStringLiteral("# Soils added by the user in Ulvex\n");
+    text += QStringLiteral("Name,Texture,Clay (%),Soil Classification,theta_r (-),theta_s (-),"
+                           "alpha (%1),n (-),Ks (%2)\n")
+                .arg(unitText(alphaUnit), unitText(ksUnit));
+    for (const SoilEntry &s : soils) {
+        const double alpha = tidy(s.alphaSi() / toSi(alphaUnit));
+        const double ks = tidy(s.ksSi() / toSi(ksUnit));
+        const QStringList fields = {
+            field(s.name.trimmed()),
+            field(s.texture),
+            s.clayPercent ? numberText(*s.clayPercent) : QString(),
+            field(s.classification.trimmed()),
+            numberText(s.thetaR),
+            numberText(s.thetaS),
+            numberText(alpha),
+            numberText(s.n),
+            numberText(ks),
+        };
+        text += fields.join(QLatin1Char(',')) + QLatin1Char('\n');
+    }
+    return text;
+}
+
+SoilEntry SoilEntry::fromSi(const QString &name, const QString &texture,
+                            std::optional<double> clayPercent, const QString &classification,
+                            double thetaR, double thetaS, double alphaPerMetre, double n,
+                            double ksMetresPerSecond, AlphaUnit alphaUnit, KsUnit ksUnit)
+{
+    SoilEntry s;
+    s.name = name;
+    s.texture = texture;
+    s.clayPercent = clayPercent;
+    s.classification = classification;
+    s.thetaR = thetaR;
+    s.thetaS = thetaS;
+    s.alphaUnit = alphaUnit;
+    s.alpha = tidy(alphaPerMetre / toSi(alphaUnit));
+    s.n = n;
+    s.ksUnit = ksUnit;
+    s.ks = tidy(ksMetresPerSecond / toSi(ksUnit));
+    return s;
+}

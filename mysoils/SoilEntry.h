@@ -1,0 +1,87 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+// A soil the user describes by its measured properties, as the "Add" dialog
+// takes it: van Genuchten parameters in the units the user chose, before the
+// database builder computes its wetting fronts. It knows the ranges a soil
+// physicist would accept, checks a soil against them (and against the names
+// already taken), and writes itself as a soil catalogue for the builder,
+// keeping the user's units (the builder converts them).
+class SoilEntry
+{
+public:
+    enum class AlphaUnit { PerMetre, PerCentimetre };
+    enum class KsUnit { MetrePerDay, CentimetrePerDay, CentimetrePerHour, MetrePerSecond };
+
+    // An accepted range of a value, in the unit shown.
+    struct Range
+    {
+        double low = 0;
+        double high = 0;
+    };
+
+    QString name;
+    QString texture;
+    std::optional<double> clayPercent; // optional
+    QString classification;
+    double thetaR = 0;
+    double thetaS = 0;
+    double alpha = 0; // in alphaUnit
+    AlphaUnit alphaUnit = AlphaUnit::PerCentimetre;
+    double n = 0;
+    double ks = 0; // in ksUnit
+    KsUnit ksUnit = KsUnit::CentimetrePerDay;
+
+    // The texture groups of the catalogue, coarse to fine.
+    static QStringList textures();
+    static QString unitText(AlphaUnit unit); // "1/m", "1/cm"
+    static QString unitText(KsUnit unit);    // "m/day", "cm/day", "cm/h", "m/s"
+    static QList<AlphaUnit> alphaUnits();
+    static QList<KsUnit> ksUnits();
+    // Factors to SI: alpha in 1/m, Ks in m/s.
+    static double toSi(AlphaUnit unit);
+    static double toSi(KsUnit unit);
+
+    // The ranges of the single values. Broad physical limits: they hold every
+    // soil of the usual texture classes many times over, and keep out typing
+    // slips that would make the computation meaningless.
+    static Range thetaRRange() { return {0.0, 0.69}; }
+    static Range thetaSRange() { return {0.01, 0.7}; }
+    static Range nRange() { return {1.01, 10.0}; }
+    static Range clayRange() { return {0.0, 100.0}; }
+    static Range alphaRange(AlphaUnit unit); // 0.01 to 100 1/m
+    static Range ksRange(KsUnit unit);       // 1e-9 to 1e-3 m/s
+    static constexpr int MaxNameLength = 40;
+    static constexpr int MaxClassificationLength = 60;
+
+    // Alpha and Ks in SI units.
+    double alphaSi() const { return alpha * toSi(alphaUnit); }
+    double ksSi() const { return ks * toSi(ksUnit); }
+
+    // Everything that keeps the soil from being computed, each naming its
+    // field; empty when it may be computed. `takenNames`: the soil names the
+    // database holds already (compared without regard to case).
+    QStringList problems(const QStringList &takenNames) const;
+
+    // A soil catalogue holding these soils, in the builder's format: a header
+    // naming the columns with their units, then one line a soil. Without a
+    // SoilTypeNo column, so that the builder numbers them after the soils of
+    // the database they are added to.
+    static QString catalogue(const QList<SoilEntry> &soils);
+
+    // A soil from values in SI units (as a database holds them), shown in the
+    // given units.
+    static SoilEntry fromSi(const QString &name, const QString &texture,
+                            std::optional<double> clayPercent, const QString &classification,
+                            double thetaR, double thetaS, double alphaPerMetre, double n,
+                            double ksMetresPerSecond, AlphaUnit alphaUnit, KsUnit ksUnit);
+
+    // The shortest text of a value that reads back as the same double, "."
+    // as decimal separator.
+    static QString numberText(double value);
+};

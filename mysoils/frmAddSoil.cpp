@@ -1,0 +1,314 @@
+#include "mysoils/frmAddSoil.h"
+
+#include "shell/ResourceImages.h"
+
+#include <QComboBox>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QStatusBar>
+#include <QVBoxLayout>
+
+namespace {
+
+struct FieldDesign
+{
+    const char *name;    // object name
+    const char *caption; // label
+    const char *what;    // how messages name the field
+};
+
+const FieldDesign Fields[frmAddSoil::FieldCount] = {
+    {"txtName", "Name", "Name"},
+    {"txtClay", "Clay (%)", "Clay (%)"},
+    {"txtClassification", "Classification", "Classification"},
+    {"txtThetaR", "theta_r (m3/m3)", "theta_r"},
+    {"txtThetaS", "theta_s (m3/m3)", "theta_s"},
+    {"txtAlpha", "alpha", "alpha"},
+    {"txtN", "n (-)", "n"},
+    {"txtKs", "Ks", "Ks"},
+};
+
+QString rangeTip(const char *what, const SoilEntry::Range &r, const QString &unit)
+{
+    return QStringLiteral("%1: a number from %2 to %3%4")
+        .arg(QLatin1String(what), SoilEntry::numberText(r.low), SoilEntry::numberText(r.high),
+             unit.isEmpty() ? QString() : QLatin1Char(' ') + unit);
+}
+
+} // namespace
+
+frmAddSoil::frmAddSoil(const QList<SoilEntry> &startingPoints, const QStringList &takenNames,
+                       QWidget *parent)
+    : QDialog(parent), m_startingPoints(startingPoints), m_takenNames(takenNames)
+{
+    setObjectName(QStringLiteral("frmAddSoil"));
+    setWindowTitle(QStringLiteral("Add a Soil"));
+    setWindowIcon(ResourceImages::icon(114));
+    buildControls();
+
+    connect(&m_controls, &ControlsCollection::Validate, this,
+            &frmAddSoil::ControlsCollection_Validate, Qt::DirectConnection);
+    connect(&m_controls, &ControlsCollection::GotFocus, this, &frmAddSoil::ControlsCollection_GotFocus);
+    connect(&m_controls, &ControlsCollection::LostFocus, this, &frmAddSoil::ControlsCollection_LostFocus);
+    // The status bar is cleared by the field left before the next one fills it.
+    m_controls.Init(this, true);
+    m_boxes[Name].Init(field(Name), CTextBox::vbString);
+    m_boxes[Name].MaxLength = SoilEntry::MaxNameLength;
+    m_boxes[Clay].Init(field(Clay), CTextBox::vbDouble, SoilEntry::clayRange().low,
+                       SoilEntry::clayRange().high, true);
+    m_boxes[Classification].Init(field(Classification), CTextBox::vbString, QVariant(), QVariant(), true);
+    m_boxes[Classification].MaxLength = SoilEntry::MaxClassificationLength;
+    m_boxes[ThetaR].Init(field(ThetaR), CTextBox::vbDouble, SoilEntry::thetaRRange().low,
+                         SoilEntry::thetaRRange().high);
+    m_boxes[ThetaS].Init(field(ThetaS), CTextBox::vbDouble, SoilEntry::thetaSRange().low,
+                         SoilEntry::thetaSRange().high);
+    m_boxes[Alpha].Init(field(Alpha), CTextBox::vbDouble);
+    m_boxes[N].Init(field(N), CTextBox::vbDouble, SoilEntry::nRange().low, SoilEntry::nRange().high);
+    m_boxes[Ks].Init(field(Ks), CTextBox::vbDouble);
+    applyUnitRanges();
+    // Cancel may be pressed whatever a field holds.
+    ControlsCollection::setCausesValidation(cmdCancel, false);
+}
+
+frmAddSoil::~frmAddSoil()
+{
+    m_controls.Destroy();
+}
+
+void frmAddSoil::buildControls()
+{
+    auto *grid = new QGridLayout;
+    int row = 0;
+    const auto addRow = [&grid, &row, this](const QString &caption, QWidget *w, QWidget *unit = nullptr) {
+        auto *label = new QLabel(caption, this);
+        label->setBuddy(w);
+        grid->addWidget(label, row, 0);
+        if (unit) {
+            grid->addWidget(w, row, 1);
+            grid->addWidget(unit, row, 2);
+        } else {
+            grid->addWidget(w, row, 1, 1, 2);
+        }
+        w->setAccessibleName(caption);
+        ++row;
+    };
+
+    cmbStartFrom = new QComboBox(this);
+    cmbStartFrom->setObjectName(QStringLiteral("cmbStartFrom"));
+    cmbStartFrom->addItem(QStringLiteral("(your own values)"));
+    for (const SoilEntry &s : std::as_const(m_startingPoints))
+        cmbStartFrom->addItem(s.name);
+    cmbStartFrom->setToolTip(QStringLiteral("Fill the fields with a class average, then change them"));
+    addRow(QStringLiteral("Start from:"), cmbStartFrom);
+
+    for (int f = 0; f < FieldCount; ++f) {
+        auto *edit = new QLineEdit(this);
+        edit->setObjectName(QLatin1String(Fields[f].name));
+        m_fields[std::size_t(f)] = edit;
+    }
+    cmbTexture = new QComboBox(this);
+    cmbTexture->setObjectName(QStringLiteral("cmbTexture"));
+    cmbTexture->addItems(SoilEntry::textures());
+    cmbTexture->setCurrentIndex(2);
+    cmbTexture->setToolTip(QStringLiteral("Texture group: coarse (sands) to fine (clays)"));
+    cmbAlphaUnit = new QComboBox(this);
+    cmbAlphaUnit->setObjectName(QStringLiteral("cmbAlphaUnit"));
+    for (SoilEntry::AlphaUnit u : SoilEntry::alphaUnits())
+        cmbAlphaUnit->addItem(SoilEntry::unitText(u), int(u));
+    cmbAlphaUnit->setCurrentIndex(1);
+    cmbAlphaUnit->setToolTip(QStringLiteral("Unit of alpha"));
+    cmbAlphaUnit->setAccessibleName(QStringLiteral("Unit of alpha"));
+    cmbKsUnit = new QComboBox(this);
+    cmbKsUnit->setObjectName(QStringLiteral("cmbKsUnit"));
+    for (SoilEntry::KsUnit u : SoilEntry::ksUnits())
+        cmbKsUnit->addItem(SoilEntry::unitText(u), int(u));
+    cmbKsUnit->setCurrentIndex(1);
+    cmbKsUnit->setToolTip(QStringLiteral("Unit of Ks"));
+    cmbKsUnit->setAccessibleName(QStringLiteral("Unit of Ks"));
+
+    field(Name)->setToolTip(QStringLiteral("Name: how the soil appears in the soil list (at most %1 characters)")
+                                .arg(SoilEntry::MaxNameLength));
+    field(Clay)->setToolTip(QStringLiteral("Clay (%): from 0 to 100, or empty; shown in the soil list only"));
+    field(Classification)->setToolTip(
+        QStringLiteral("Classification: a short description, e.g. where the soil comes from (at most %1 characters)")
+            .arg(SoilEntry::MaxClassificationLength));
+    field(ThetaR)->setToolTip(rangeTip("theta_r, residual water content", SoilEntry::thetaRRange(), QStringLiteral("m3/m3")));
+    field(ThetaS)->setToolTip(rangeTip("theta_s, saturated water content, above theta_r",
+                                       SoilEntry::thetaSRange(), QStringLiteral("m3/m3")));
+    field(N)->setToolTip(rangeTip("n, van Genuchten shape parameter, greater than 1", SoilEntry::nRange(), QString()));
+
+    addRow(QStringLiteral("Name"), field(Name));
+    addRow(QStringLiteral("Texture group"), cmbTexture);
+    addRow(QStringLiteral("Clay (%)"), field(Clay));
+    addRow(QStringLiteral("Classification"), field(Classification));
+    addRow(QStringLiteral("theta_r (m3/m3)"), field(ThetaR));
+    addRow(QStringLiteral("theta_s (m3/m3)"), field(ThetaS));
+    addRow(QStringLiteral("alpha"), field(Alpha), cmbAlphaUnit);
+    addRow(QStringLiteral("n (-)"), field(N));
+    addRow(QStringLiteral("Ks"), field(Ks), cmbKsUnit);
+    grid->setColumnStretch(1, 1);
+    grid->setColumnMinimumWidth(1, 160);
+
+    cmdOK = new QPushButton(QStringLiteral("Compute"), this);
+    cmdOK->setObjectName(QStringLiteral("cmdOK"));
+    cmdOK->setDefault(true);
+    cmdOK->setToolTip(QStringLiteral("Check the values and compute the soil's wetting fronts"));
+    cmdCancel = new QPushButton(QStringLiteral("Cancel"), this);
+    cmdCancel->setObjectName(QStringLiteral("cmdCancel"));
+    cmdCancel->setAutoDefault(false);
+    auto *buttons = new QHBoxLayout;
+    buttons->addStretch(1);
+    buttons->addWidget(cmdOK);
+    buttons->addWidget(cmdCancel);
+
+    sbrAdd = new QStatusBar(this);
+    sbrAdd->setObjectName(QStringLiteral("sbrAdd"));
+    sbrAdd->setSizeGripEnabled(false);
+    sbrAdd->setAccessibleName(QStringLiteral("Status"));
+
+    auto *main = new QVBoxLayout(this);
+    main->addLayout(grid);
+    main->addLayout(buttons);
+    main->addWidget(sbrAdd);
+    main->setContentsMargins(9, 9, 9, 0);
+
+    for (QWidget *w : findChildren<QWidget *>())
+        if (!w->toolTip().isEmpty() && w->accessibleDescription().isEmpty())
+            w->setAccessibleDescription(w->toolTip());
+
+    connect(cmbStartFrom, &QComboBox::activated, this, [this](int index) {
+        if (index > 0)
+            startFrom(index - 1);
+    });
+    connect(cmbAlphaUnit, &QComboBox::currentIndexChanged, this, &frmAddSoil::applyUnitRanges);
+    connect(cmbKsUnit, &QComboBox::currentIndexChanged, this, &frmAddSoil::applyUnitRanges);
+    connect(cmdOK, &QPushButton::clicked, this, &frmAddSoil::cmdOK_Click);
+    connect(cmdCancel, &QPushButton::clicked, this, &QDialog::reject);
+}
+
+void frmAddSoil::applyUnitRanges()
+{
+    // The accepted range of alpha and Ks follows the unit chosen; the number
+    // typed stays as it is, as it is the number in the unit the user means.
+    const auto alphaUnit = SoilEntry::AlphaUnit(cmbAlphaUnit->currentData().toInt());
+    const auto ksUnit = SoilEntry::KsUnit(cmbKsUnit->currentData().toInt());
+    const SoilEntry::Range a = SoilEntry::alphaRange(alphaUnit);
+    const SoilEntry::Range k = SoilEntry::ksRange(ksUnit);
+    m_boxes[Alpha].MinValue = a.low;
+    m_boxes[Alpha].MaxValue = a.high;
+    m_boxes[Ks].MinValue = k.low;
+    m_boxes[Ks].MaxValue = k.high;
+    field(Alpha)->setToolTip(rangeTip("alpha, van Genuchten inverse air-entry value", a, SoilEntry::unitText(alphaUnit)));
+    field(Ks)->setToolTip(rangeTip("Ks, saturated hydraulic conductivity", k, SoilEntry::unitText(ksUnit)));
+    field(Alpha)->setAccessibleDescription(field(Alpha)->toolTip());
+    field(Ks)->setAccessibleDescription(field(Ks)->toolTip());
+}
+
+void frmAddSoil::startFrom(int index)
+{
+    if (index < 0 || index >= m_startingPoints.size())
+        return;
+    const SoilEntry &s = m_startingPoints.at(index);
+    // In the units shown now.
+    const auto alphaUnit = SoilEntry::AlphaUnit(cmbAlphaUnit->currentData().toInt());
+    const auto ksUnit = SoilEntry::KsUnit(cmbKsUnit->currentData().toInt());
+    const SoilEntry shown = SoilEntry::fromSi(s.name, s.texture, s.clayPercent, s.classification,
+                                              s.thetaR, s.thetaS, s.alphaSi(), s.n, s.ksSi(),
+                                              alphaUnit, ksUnit);
+    field(Name)->setText(QStringLiteral("My ") + shown.name);
+    cmbTexture->setCurrentIndex(std::max(0, int(SoilEntry::textures().indexOf(shown.texture))));
+    field(Clay)->setText(shown.clayPercent ? SoilEntry::numberText(*shown.clayPercent) : QString());
+    field(Classification)->setText(QStringLiteral("started from the class average of ") + shown.name);
+    field(ThetaR)->setText(SoilEntry::numberText(shown.thetaR));
+    field(ThetaS)->setText(SoilEntry::numberText(shown.thetaS));
+    field(Alpha)->setText(SoilEntry::numberText(shown.alpha));
+    field(N)->setText(SoilEntry::numberText(shown.n));
+    field(Ks)->setText(SoilEntry::numberText(shown.ks));
+}
+
+SoilEntry frmAddSoil::entry() const
+{
+    SoilEntry s;
+    s.name = field(Name)->text().trimmed();
+    s.texture = cmbTexture->currentText();
+    const QVariant clay = CTextBox::convert(field(Clay)->text(), CTextBox::vbDouble);
+    if (clay.isValid())
+        s.clayPercent = clay.toDouble();
+    s.classification = field(Classification)->text().trimmed();
+    const auto number = [this](Field f) {
+        const QVariant v = CTextBox::convert(field(f)->text(), CTextBox::vbDouble);
+        return v.isValid() ? v.toDouble() : -1.0;
+    };
+    s.thetaR = number(ThetaR);
+    s.thetaS = number(ThetaS);
+    s.alpha = number(Alpha);
+    s.alphaUnit = SoilEntry::AlphaUnit(cmbAlphaUnit->currentData().toInt());
+    s.n = number(N);
+    s.ks = number(Ks);
+    s.ksUnit = SoilEntry::KsUnit(cmbKsUnit->currentData().toInt());
+    return s;
+}
+
+void frmAddSoil::refuse(Field f, const QString &message)
+{
+    QMessageBox box(QMessageBox::Warning, QStringLiteral("Invalid Value"), message, QMessageBox::Ok, this);
+    box.setObjectName(QStringLiteral("InvalidValueMessage"));
+    box.exec();
+    field(f)->setFocus(Qt::OtherFocusReason);
+    field(f)->selectAll();
+}
+
+void frmAddSoil::cmdOK_Click()
+{
+    if (!m_controls.ValidateControls())
+        return;
+    // Each field in turn, with a message that names it and says what it takes.
+    for (int f = 0; f < FieldCount; ++f) {
+        CTextBox &box = m_boxes[std::size_t(f)];
+        QString message;
+        if (f == Name)
+            message = QStringLiteral("Name must be entered (at most %1 characters)").arg(SoilEntry::MaxNameLength);
+        else if (f == Classification)
+            message = QStringLiteral("Classification may hold at most %1 characters").arg(SoilEntry::MaxClassificationLength);
+        else
+            message = field(Field(f))->toolTip();
+        if (!box.ValidateMsg(message))
+            return;
+    }
+    // The values together: theta_s above theta_r, a name not taken.
+    const QStringList problems = entry().problems(m_takenNames);
+    if (!problems.isEmpty()) {
+        const QString first = problems.first();
+        Field f = Name;
+        for (int i = 0; i < FieldCount; ++i)
+            if (first.startsWith(QLatin1String(Fields[i].what) + QLatin1Char(':')))
+                f = Field(i);
+        refuse(f, first);
+        return;
+    }
+    accept();
+}
+
+void frmAddSoil::ControlsCollection_Validate(QWidget *control, bool &cancel)
+{
+    for (CTextBox &box : m_boxes)
+        if (box.control() == control) {
+            if (!box.Validate(false))
+                cancel = true;
+            return;
+        }
+}
+
+void frmAddSoil::ControlsCollection_GotFocus(QWidget *control)
+{
+    sbrAdd->showMessage(control->toolTip());
+}
+
+void frmAddSoil::ControlsCollection_LostFocus(QWidget *)
+{
+    sbrAdd->showMessage(QString());
+}

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "mysoils/SoilEntry.h"
+#include "settings/CTextBox.h"
+#include "settings/ControlsCollection.h"
+
+#include <QDialog>
+#include <QList>
+#include <QStringList>
+
+#include <array>
+
+class QComboBox;
+class QLabel;
+class QLineEdit;
+class QPushButton;
+class QStatusBar;
+
+// The "Add a Soil" dialog: a soil's name, texture group, clay content,
+// classification and van Genuchten parameters with their units. The values
+// are checked by the program's own validation framework as they are typed
+// and before a field may be left; "Compute" checks them all again, with the
+// soil's name against those the database holds, and closes only when every
+// value is one the builder may compute with. "Start from" fills the fields
+// with one of the database's soils, to be changed from there.
+class frmAddSoil : public QDialog
+{
+    Q_OBJECT
+public:
+    // `startingPoints`: the soils offered under "Start from" (the twelve
+    // class averages of the shipped database); `takenNames`: the soil names
+    // the database holds already.
+    frmAddSoil(const QList<SoilEntry> &startingPoints, const QStringList &takenNames,
+               QWidget *parent = nullptr);
+    ~frmAddSoil() override;
+
+    // The soil as entered (meaningful once the dialog was accepted).
+    SoilEntry entry() const;
+
+    // Fills the fields with a starting point (index into startingPoints).
+    void startFrom(int index);
+    // "Compute": validates every field; accepts the dialog when all hold.
+    void cmdOK_Click();
+
+    // The validated fields, in their order on the dialog.
+    enum Field { Name, Clay, Classification, ThetaR, ThetaS, Alpha, N, Ks, FieldCount };
+    QLineEdit *field(Field f) const { return m_fields.at(std::size_t(f)); }
+
+private:
+    void buildControls();
+    void applyUnitRanges();
+    void ControlsCollection_Validate(QWidget *control, bool &cancel);
+    void ControlsCollection_GotFocus(QWidget *control);
+    void ControlsCollection_LostFocus(QWidget *control);
+    // Shows a problem of the whole soil under "Invalid Value" and puts the
+    // focus in the field it names.
+    void refuse(Field f, const QString &message);
+
+    QList<SoilEntry> m_startingPoints;
+    QStringList m_takenNames;
+    ControlsCollection m_controls;
+    std::array<CTextBox, FieldCount> m_boxes;
+    std::array<QLineEdit *, FieldCount> m_fields{};
+    QComboBox *cmbStartFrom = nullptr;
+    QComboBox *cmbTexture = nullptr;
+    QComboBox *cmbAlphaUnit = nullptr;
+    QComboBox *cmbKsUnit = nullptr;
+    QPushButton *cmdOK = nullptr;
+    QPushButton *cmdCancel = nullptr;
+    QStatusBar *sbrAdd = nullptr;
+};
