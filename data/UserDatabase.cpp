@@ -67,9 +67,17 @@ const QList<Needed> &needed()
     return list;
 }
 
-double number(const QSqlQuery &q, const char *column)
+// A column's value of the current row, or an invalid value when the table
+// has no such column (an older database may lack the parameters).
+QVariant column(const QSqlQuery &q, const char *name)
 {
-    return q.value(QLatin1String(column)).toDouble();
+    const int index = q.record().indexOf(QLatin1String(name));
+    return index < 0 ? QVariant() : q.value(index);
+}
+
+double number(const QSqlQuery &q, const char *name)
+{
+    return column(q, name).toDouble();
 }
 
 } // namespace
@@ -166,11 +174,11 @@ QList<UserDatabase::Soil> UserDatabase::soils(const QString &path)
             Soil s;
             s.number = q.value(QStringLiteral("SoilTypeNo")).toInt();
             s.name = q.value(QStringLiteral("Name")).toString();
-            s.texture = q.value(QStringLiteral("Texture")).toString();
-            const QVariant clay = q.value(QStringLiteral("Clay (%)"));
+            s.texture = column(q, "Texture").toString();
+            const QVariant clay = column(q, "Clay (%)");
             if (!clay.isNull() && !clay.toString().isEmpty())
                 s.clayPercent = clay.toDouble();
-            s.classification = q.value(QStringLiteral("Soil Classification")).toString();
+            s.classification = column(q, "Soil Classification").toString();
             s.thetaR = number(q, "theta_r (m3/m3)");
             s.thetaS = number(q, "theta_s (m3/m3)");
             s.alpha = number(q, "alpha (1/m)");

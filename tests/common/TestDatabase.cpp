@@ -82,6 +82,28 @@ double TestDatabase::flowRate(int flow)
     return 0.5 * std::pow(2.0, flow - 1);
 }
 
+void TestDatabase::addBuildInfo(const QString &path, const QMap<QString, QString> &entries)
+{
+    const QString connection = QStringLiteral("testdb-") + QUuid::createUuid().toString();
+    {
+        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connection);
+        db.setDatabaseName(path);
+        if (!db.open())
+            throw std::runtime_error(("TestDatabase: " + db.lastError().text()).toStdString());
+        QSqlQuery q(db);
+        run(q, QStringLiteral("CREATE TABLE IF NOT EXISTS BuildInfo (key TEXT PRIMARY KEY, value TEXT)"));
+        for (auto it = entries.cbegin(); it != entries.cend(); ++it) {
+            q.prepare(QStringLiteral("INSERT OR REPLACE INTO BuildInfo (key, value) VALUES (?, ?)"));
+            q.addBindValue(it.key());
+            q.addBindValue(it.value());
+            if (!q.exec())
+                throw std::runtime_error(("TestDatabase: " + q.lastError().text()).toStdString());
+        }
+        db.close();
+    }
+    QSqlDatabase::removeDatabase(connection);
+}
+
 QString TestDatabase::create(const QString &folder)
 {
     return create(folder, Options());

@@ -48,6 +48,12 @@ public:
     static QString create(const QString &folder, const Options &options);
     static QString create(const QString &folder);
 
+    // Adds a BuildInfo table (key, value) to the database at `path` holding
+    // these entries, as the database builder records its builds (e.g.
+    // "build_date", "origin_build_date", "added_soil_6"). Throws
+    // std::runtime_error if it cannot be written.
+    static void addBuildInfo(const QString &path, const QMap<QString, QString> &entries);
+
     // Writes <folder>/trickle.db holding text that is not a database; returns
     // its path.
     static QString createNotADatabase(const QString &folder);
