@@ -9,6 +9,7 @@
 // database work; their errors come as SettingsFileError, which names the file,
 // so that a user who mistyped a setting is not sent looking at the database.
 
+#include "data/UserDatabase.h"
 #include "data/clsDataConLayer.h"
 #include "output/render/RenderWindow.h"
 #include "settings/SettingsFileError.h"
@@ -125,8 +126,17 @@ int main(int argc, char *argv[])
     const QString suffix = QFileInfo(outputFile).suffix().toLower();
     if (suffix != QLatin1String("png") && suffix != QLatin1String("svg") && suffix != QLatin1String("pdf"))
         return fail(2, QStringLiteral("--output must end in .png, .svg or .pdf"));
-    if (parser.isSet(database))
+    if (parser.isSet(database)) {
         clsDataConLayer::setDatabaseOverride(QFileInfo(parser.value(database)).absoluteFilePath());
+    } else {
+        // As the program does: the user's own database (the shipped soils and
+        // the user's) when there is a usable one. One that cannot be read is
+        // named, and the shipped one drawn from instead.
+        const QString trouble = UserDatabase::choose();
+        if (!trouble.isEmpty())
+            std::fprintf(stderr, "ulvex-render: note: %s; reading %s instead\n", qPrintable(trouble),
+                         qPrintable(UserDatabase::shippedPath()));
+    }
 
     RenderWindow window;
     try {
