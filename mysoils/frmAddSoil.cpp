@@ -34,7 +34,7 @@ const FieldDesign Fields[frmAddSoil::FieldCount] = {
 
 QString rangeTip(const char *what, const SoilEntry::Range &r, const QString &unit)
 {
-    return QStringLiteral("%1: a number from %2 to %3%4")
+    return QStringLiteral("%1, from %2 to %3%4")
         .arg(QLatin1String(what), SoilEntry::numberText(r.low), SoilEntry::numberText(r.high),
              unit.isEmpty() ? QString() : QLatin1Char(' ') + unit);
 }
@@ -137,7 +137,7 @@ void frmAddSoil::buildControls()
         QStringLiteral("Classification: a short description, e.g. where the soil comes from (at most %1 characters)")
             .arg(SoilEntry::MaxClassificationLength));
     field(ThetaR)->setToolTip(rangeTip("theta_r, residual water content", SoilEntry::thetaRRange(), QStringLiteral("m3/m3")));
-    field(ThetaS)->setToolTip(rangeTip("theta_s, saturated water content, above theta_r",
+    field(ThetaS)->setToolTip(rangeTip("theta_s, water content at saturation (above theta_r)",
                                        SoilEntry::thetaSRange(), QStringLiteral("m3/m3")));
     field(N)->setToolTip(rangeTip("n, van Genuchten shape parameter, greater than 1", SoilEntry::nRange(), QString()));
 
@@ -151,7 +151,7 @@ void frmAddSoil::buildControls()
     addRow(QStringLiteral("n (-)"), field(N));
     addRow(QStringLiteral("Ks"), field(Ks), cmbKsUnit);
     grid->setColumnStretch(1, 1);
-    grid->setColumnMinimumWidth(1, 160);
+    grid->setColumnMinimumWidth(1, 300);
 
     cmdOK = new QPushButton(QStringLiteral("Compute"), this);
     cmdOK->setObjectName(QStringLiteral("cmdOK"));
@@ -213,6 +213,7 @@ void frmAddSoil::startFrom(int index)
     if (index < 0 || index >= m_startingPoints.size())
         return;
     const SoilEntry &s = m_startingPoints.at(index);
+    cmbStartFrom->setCurrentIndex(index + 1);
     // In the units shown now.
     const auto alphaUnit = SoilEntry::AlphaUnit(cmbAlphaUnit->currentData().toInt());
     const auto ksUnit = SoilEntry::KsUnit(cmbKsUnit->currentData().toInt());
@@ -258,6 +259,7 @@ void frmAddSoil::refuse(Field f, const QString &message)
     QMessageBox box(QMessageBox::Warning, QStringLiteral("Invalid Value"), message, QMessageBox::Ok, this);
     box.setObjectName(QStringLiteral("InvalidValueMessage"));
     box.exec();
+    activateWindow();
     field(f)->setFocus(Qt::OtherFocusReason);
     field(f)->selectAll();
 }
