@@ -144,6 +144,9 @@ private slots:
             for (const char *name : {"cmdAdd", "cmdRemove", "cmdClose"})
                 captions << d->findChild<QPushButton *>(name)->text();
             QCOMPARE(captions, QStringList({"Add...", "Remove", "Close"}));
+            const QString folder = qEnvironmentVariable("ULVEX_SCREENSHOT_DIR", QDir::temp().filePath("ulvex-screenshots"));
+            QDir().mkpath(folder);
+            QVERIFY(d->grab().save(QDir(folder).filePath("mysoils-list.png")));
             // Remove, confirmed: the last soil takes the user's database with it.
             onNextModal([](QWidget *question) {
                 auto *box = qobject_cast<QMessageBox *>(question);
