@@ -2,16 +2,19 @@
 // the base's tables and rows are carried over unchanged, the added soils get every
 // case of the base's sweep and are numbered after the base's soils, BuildInfo
 // records the chain of builds, soils are dropped, and every bad base or catalogue
-// is refused without changing the base or leaving a file behind.
+// is refused without changing the base or leaving a file behind, a full disk
+// included.
 
 #include "StandInSolver.h"
 #include "ToolTestSupport.h"
+#include "tests/common/FullDisk.h"
 
 #include "builder/TrickleBuild.h"
 #include "builder/TrickleBuildErrors.h"
 #include "base/UlvexError.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -42,18 +45,18 @@ const QList<double> kBaseFlows = {0.5, 1.6};
 constexpr int kBaseHours = 3;
 constexpr double kBaseThreshold = 0.2;
 
-QString writeCatalogue(const QTemporaryDir &dir, const QString &name, const char *header, const QStringList &lines)
+QString writeCatalogue(const QString &folder, const QString &name, const char *header, const QStringList &lines)
 {
-    const QString path = dir.filePath(name);
+    const QString path = QDir(folder).filePath(name);
     const QByteArray text = (QString::fromLatin1(header) + QLatin1Char('\n') + lines.join(QLatin1Char('\n')) + QLatin1Char('\n')).toUtf8();
     return writeFileBytes(path, text) ? path : QString();
 }
 
-QString buildBase(const QTemporaryDir &dir, const QString &name = QStringLiteral("base.db"))
+QString buildBase(const QString &folder, const QString &name = QStringLiteral("base.db"), const QString &soils = kSoils)
 {
     TrickleBuildOptions o;
-    o.soilsPath = kSoils;
-    o.outPath = dir.filePath(name);
+    o.soilsPath = soils;
+    o.outPath = QDir(folder).filePath(name);
     o.threads = 2;
     o.buildDate = kBaseDate;
     o.solverSettings = QStringLiteral("test double");
@@ -126,11 +129,11 @@ private slots:
     void addSoils()
     {
         QTemporaryDir dir;
-        const QString base = buildBase(dir);
+        const QString base = buildBase(dir.path());
         // A table of the user's own must survive as it stands.
         QVERIFY(execSql(base, {"CREATE TABLE Notes (Note TEXT)", "INSERT INTO Notes VALUES ('kept as it stands')"}));
         const QByteArray baseBytes = fileBytes(base);
-        const QString soils = writeCatalogue(dir, QStringLiteral("peat.csv"), kUnnumberedHeader, {kPeat, kChalk});
+        const QString soils = writeCatalogue(dir.path(), QStringLiteral("peat.csv"), kUnnumberedHeader, {kPeat, kChalk});
         TrickleBuildOptions o = addOptions(base, soils, dir.filePath(QStringLiteral("added.db")));
 
         std::mutex mutex;
@@ -219,7 +222,7 @@ private slots:
 
         // A second build on the first: numbered soils keep their numbers, the
         // origin stays the full build, the catalogues add up.
-        const QString marl = writeCatalogue(dir, QStringLiteral("marl.csv"), kHeader, {"20,Marl,fine,40,test soil,0.07,0.4,0.01,1.2,3"});
+        const QString marl = writeCatalogue(dir.path(), QStringLiteral("marl.csv"), kHeader, {"20,Marl,fine,40,test soil,0.07,0.4,0.01,1.2,3"});
         TrickleBuildOptions second = addOptions(o.outPath, marl, dir.filePath(QStringLiteral("second.db")));
         second.buildDate = QStringLiteral("2026-03-03T00:00:00Z");
         standInBuild(second);
@@ -243,9 +246,9 @@ private slots:
     {
         // A base that does not record its initial heads gets the standard three.
         QTemporaryDir dir;
-        const QString base = buildBase(dir);
+        const QString base = buildBase(dir.path());
         QVERIFY(execSql(base, {"DELETE FROM BuildInfo WHERE key = 'initial_heads_m'"}));
-        const QString soils = writeCatalogue(dir, QStringLiteral("peat.csv"), kUnnumberedHeader, {kPeat});
+        const QString soils = writeCatalogue(dir.path(), QStringLiteral("peat.csv"), kUnnumberedHeader, {kPeat});
         std::atomic<int> calls{0};
         standInBuild(addOptions(base, soils, dir.filePath(QStringLiteral("a.db"))), [&](const CaseSpec &s) { ++calls; return standInRun(s); });
         QCOMPARE(calls.load(), 2 * 3 * 2);
@@ -275,9 +278,9 @@ private slots:
         QFETCH(QStringList, lines);
         QFETCH(QString, message);
         QTemporaryDir dir;
-        const QString base = buildBase(dir);
+        const QString base = buildBase(dir.path());
         const QByteArray baseBytes = fileBytes(base);
-        const QString soils = writeCatalogue(dir, QStringLiteral("new.csv"), numbered ? kHeader : kUnnumberedHeader, lines);
+        const QString soils = writeCatalogue(dir.path(), QStringLiteral("new.csv"), numbered ? kHeader : kUnnumberedHeader, lines);
         expectRefused(addOptions(base, soils, dir.filePath(QStringLiteral("out.db"))), TrickleBuildErrors::Catalogue,
                     soils + QLatin1Char(' ') + message);
         QCOMPARE(fileBytes(base), baseBytes);
@@ -318,10 +321,10 @@ private slots:
         else if (kind == QLatin1String("empty"))
             QVERIFY(writeFileBytes(base, QByteArray()));
         else
-            QVERIFY(execSql(buildBase(dir), {kind}));
+            QVERIFY(execSql(buildBase(dir.path()), {kind}));
         const QStringList entriesBefore = dirEntries(dir);
         const QByteArray baseBytes = fileBytes(base);
-        const QString soils = writeCatalogue(dir, QStringLiteral("peat.csv"), kUnnumberedHeader, {kPeat});
+        const QString soils = writeCatalogue(dir.path(), QStringLiteral("peat.csv"), kUnnumberedHeader, {kPeat});
         expectRefused(addOptions(base, soils, dir.filePath(QStringLiteral("out.db"))), TrickleBuildErrors::Base,
                     QStringLiteral("the base database %1 %2").arg(base, message));
         // The base may also be the output: still nothing changes.
@@ -335,9 +338,9 @@ private slots:
     void outputReplacesTheBase()
     {
         QTemporaryDir dir;
-        const QString base = buildBase(dir);
+        const QString base = buildBase(dir.path());
         const QByteArray baseBytes = fileBytes(base);
-        const QString soils = writeCatalogue(dir, QStringLiteral("peat.csv"), kUnnumberedHeader, {kPeat});
+        const QString soils = writeCatalogue(dir.path(), QStringLiteral("peat.csv"), kUnnumberedHeader, {kPeat});
         TrickleBuildOptions o = addOptions(base, soils, base);
         expectRefused(o, TrickleBuildErrors::OutputExists, base + QStringLiteral(" exists already; give --force to replace it"));
         QCOMPARE(fileBytes(base), baseBytes);
@@ -370,9 +373,9 @@ private slots:
     {
         QFETCH(bool, replaceBase);
         QTemporaryDir dir;
-        const QString base = buildBase(dir);
+        const QString base = buildBase(dir.path());
         const QByteArray baseBytes = fileBytes(base);
-        const QString soils = writeCatalogue(dir, QStringLiteral("peat.csv"), kUnnumberedHeader, {kPeat, kChalk});
+        const QString soils = writeCatalogue(dir.path(), QStringLiteral("peat.csv"), kUnnumberedHeader, {kPeat, kChalk});
         TrickleBuildOptions o = addOptions(base, soils, replaceBase ? base : dir.filePath(QStringLiteral("out.db")));
         o.force = replaceBase;
         try {
@@ -390,11 +393,59 @@ private slots:
         QCOMPARE(dirEntries(dir), QStringList({"base.db", "peat.csv"}));
     }
 
+    // A disk that fills up while the base is copied or the soils are added: the
+    // base, which only a finished build replaces, keeps its bytes and nothing is
+    // left beside it.
+    void fullDiskKeepsTheBase_data() { FullDisk::addRows(); }
+    void fullDiskKeepsTheBase()
+    {
+        QFETCH(int, kind);
+        // A base of one soil, small enough for the small file system, which then
+        // has no room for its copy; the file-size limit lets the copy through and
+        // stops the rows added to it.
+        QTemporaryDir source;
+        const QString one = writeCatalogue(source.path(), QStringLiteral("one.csv"), kHeader, {"1,Sand,coarse,3,test soil,0.045,0.43,0.145,2.68,712.8"});
+        static QByteArray baseBytes;
+        baseBytes = fileBytes(buildBase(source.path(), QStringLiteral("base.db"), one));
+        const long limit = long(baseBytes.size()) + 4096;
+        QTemporaryDir dir;
+        const auto prepare = [](const QString &folder) -> QString {
+            // Enough soils to need more room than the base's pages have to spare.
+            QStringList soils;
+            for (int k = 1; k <= 40; ++k)
+                soils << QStringLiteral("Test soil %1,medium,10,test soil,0.04,0.4,0.02,1.4,20").arg(k);
+            if (!writeFileBytes(folder + QStringLiteral("/base.db"), baseBytes)
+                || writeCatalogue(folder, QStringLiteral("peat.csv"), kUnnumberedHeader, soils).isEmpty())
+                return QStringLiteral("cannot write the base or the catalogue");
+            return QString();
+        };
+        const auto check = [](const QString &folder) -> QString {
+            const QString base = folder + QStringLiteral("/base.db");
+            const QByteArray old = fileBytes(base);
+            TrickleBuildOptions o = addOptions(base, folder + QStringLiteral("/peat.csv"), base);
+            o.force = true;
+            try {
+                standInBuild(o);
+                return QStringLiteral("the build succeeded on a full disk: %1 bytes from %2").arg(QFileInfo(base).size()).arg(old.size());
+            } catch (const UlvexError &e) {
+                if (!e.description().contains(folder))
+                    return QStringLiteral("the error does not name the file: ") + e.description();
+            }
+            const QString failure = FullDisk::keptBytes(base, old, QStringLiteral("the failed build"));
+            if (!failure.isEmpty())
+                return failure;
+            if (FullDisk::files(folder) != QStringList({"base.db", "peat.csv"}))
+                return QStringLiteral("files left behind: ") + FullDisk::files(folder).join(QStringLiteral(", "));
+            return QString();
+        };
+        FullDisk::verify(FullDisk::Kind(kind), dir.path(), prepare, check, limit);
+    }
+
     void sameBytesOnOneAndTwoThreads()
     {
         QTemporaryDir dir;
-        const QString base = buildBase(dir);
-        const QString soils = writeCatalogue(dir, QStringLiteral("peat.csv"), kUnnumberedHeader, {kPeat, kChalk});
+        const QString base = buildBase(dir.path());
+        const QString soils = writeCatalogue(dir.path(), QStringLiteral("peat.csv"), kUnnumberedHeader, {kPeat, kChalk});
         TrickleBuildOptions a = addOptions(base, soils, dir.filePath(QStringLiteral("a.db")));
         a.threads = 1;
         standInBuild(a);
@@ -418,8 +469,8 @@ private slots:
     void dropSoils()
     {
         QTemporaryDir dir;
-        const QString base = buildBase(dir);
-        const QString soils = writeCatalogue(dir, QStringLiteral("peat.csv"), kUnnumberedHeader, {kPeat, kChalk});
+        const QString base = buildBase(dir.path());
+        const QString soils = writeCatalogue(dir.path(), QStringLiteral("peat.csv"), kUnnumberedHeader, {kPeat, kChalk});
         const QString added = dir.filePath(QStringLiteral("added.db"));
         standInBuild(addOptions(base, soils, added));
 
@@ -466,8 +517,8 @@ private slots:
     {
         // A soil is replaced: dropped, and a catalogue line with its number and name added.
         QTemporaryDir dir;
-        const QString base = buildBase(dir);
-        const QString soils = writeCatalogue(dir, QStringLiteral("loam.csv"), kHeader, {"4,Loam,medium,22,test soil,0.08,0.44,0.04,1.5,30"});
+        const QString base = buildBase(dir.path());
+        const QString soils = writeCatalogue(dir.path(), QStringLiteral("loam.csv"), kHeader, {"4,Loam,medium,22,test soil,0.08,0.44,0.04,1.5,30"});
         TrickleBuildOptions o = addOptions(base, soils, dir.filePath(QStringLiteral("out.db")));
         o.dropSoils = {4};
         standInBuild(o, [](const CaseSpec &s) {
@@ -487,7 +538,7 @@ private slots:
     void badDrops()
     {
         QTemporaryDir dir;
-        const QString base = buildBase(dir);
+        const QString base = buildBase(dir.path());
         const QByteArray baseBytes = fileBytes(base);
         TrickleBuildOptions o = addOptions(base, QString(), dir.filePath(QStringLiteral("out.db")));
         o.dropSoils = {3, 99};
@@ -517,7 +568,7 @@ private slots:
         QFETCH(int, which);
         QFETCH(QString, message);
         QTemporaryDir dir;
-        const QString base = buildBase(dir);
+        const QString base = buildBase(dir.path());
         TrickleBuildOptions o = addOptions(base, kSoils, dir.filePath(QStringLiteral("out.db")));
         switch (which) {
         case 0: o.flowRates = std::vector<double>{0.5, 1.6}; break; // even the base's own
