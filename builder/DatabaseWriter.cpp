@@ -5,7 +5,9 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace {
 
@@ -52,16 +54,29 @@ const char *const kSchema[] = {
 
 } // namespace
 
-DatabaseWriter::DatabaseWriter(const QString &path)
+DatabaseWriter::DatabaseWriter(const QString &path, Mode mode)
     : m_path(path)
 {
     const QByteArray native = path.toUtf8();
-    const int rc = sqlite3_open_v2(native.constData(), &m_db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+    const int flags = mode == Mode::Create ? SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE : SQLITE_OPEN_READWRITE;
+    const int rc = sqlite3_open_v2(native.constData(), &m_db, flags, nullptr);
     if (rc != SQLITE_OK) {
         const QString msg = m_db ? QString::fromUtf8(sqlite3_errmsg(m_db)) : QStringLiteral("out of memory");
         sqlite3_close(m_db);
         m_db = nullptr;
-        throw UlvexError(TrickleBuildErrors::Database, QStringLiteral("%1: cannot create the database: %2").arg(path, msg));
+        throw UlvexError(TrickleBuildErrors::Database, QStringLiteral("%1: cannot open the database for writing: %2").arg(path, msg));
+    }
+    if (mode == Mode::Extend) {
+        exec("BEGIN");
+        // New export rows follow the base's, whatever IDs it used.
+        for (int buried = 0; buried < 2; ++buried) {
+            Statement s{prepare(QStringLiteral("SELECT coalesce(max(ID), 0) + 1 FROM %1")
+                                .arg(exportTable(buried ? builder::Emitter::Buried : builder::Emitter::Surface)))};
+            if (sqlite3_step(s.stmt) != SQLITE_ROW)
+                fail(QStringLiteral("cannot read the IDs of the export tables"));
+            m_nextExportId[buried] = sqlite3_column_int(s.stmt, 0);
+        }
+        return;
     }
     // Fixed page size and encoding, so the bytes do not depend on defaults.
     exec("PRAGMA page_size = 4096");
@@ -230,7 +245,7 @@ void DatabaseWriter::writeCase(int soilTypeNo, int flowRateNo, double initialHea
 
 void DatabaseWriter::writeBuildInfo(const std::vector<std::pair<QString, QString>> &entries)
 {
-    Statement s{prepare(QStringLiteral("INSERT INTO BuildInfo VALUES (?, ?)"))};
+    Statement s{prepare(QStringLiteral("INSERT OR REPLACE INTO BuildInfo VALUES (?, ?)"))};
     for (const auto &e : entries) {
         const QByteArray k = e.first.toUtf8();
         const QByteArray v = e.second.toUtf8();
@@ -238,6 +253,78 @@ void DatabaseWriter::writeBuildInfo(const std::vector<std::pair<QString, QString
         sqlite3_bind_text(s.stmt, 2, v.constData(), -1, SQLITE_TRANSIENT);
         step(s.stmt, "cannot write the build information");
     }
+}
+
+void DatabaseWriter::removeBuildInfo(const QString &key)
+{
+    Statement s{prepare(QStringLiteral("DELETE FROM BuildInfo WHERE key = ?"))};
+    const QByteArray k = key.toUtf8();
+    sqlite3_bind_text(s.stmt, 1, k.constData(), -1, SQLITE_TRANSIENT);
+    step(s.stmt, "cannot remove from the build information");
+}
+
+void DatabaseWriter::dropSoil(int soilTypeNo)
+{
+    // Every table keyed by soil: the front tables, the export tables and CaseInfo.
+    for (const auto &table : layout()) {
+        if (std::find(table.second.begin(), table.second.end(), QStringLiteral("SoilType")) == table.second.end())
+            continue;
+        Statement s{prepare(QStringLiteral("DELETE FROM \"%1\" WHERE SoilType = ?").arg(table.first))};
+        sqlite3_bind_int(s.stmt, 1, soilTypeNo);
+        step(s.stmt, "cannot remove the rows of a soil");
+    }
+    Statement s{prepare(QStringLiteral("DELETE FROM SoilTypeData WHERE SoilTypeNo = ?"))};
+    sqlite3_bind_int(s.stmt, 1, soilTypeNo);
+    step(s.stmt, "cannot remove a soil");
+}
+
+std::vector<DatabaseWriter::StoredCase> DatabaseWriter::storedCases()
+{
+    std::vector<StoredCase> out;
+    Statement s{prepare(QStringLiteral("SELECT SoilType, FlowRate, InitialHead, Emitter, MassBalanceError FROM CaseInfo"))};
+    int rc;
+    while ((rc = sqlite3_step(s.stmt)) == SQLITE_ROW) {
+        StoredCase c;
+        c.soil = sqlite3_column_int(s.stmt, 0);
+        c.flowRateNo = sqlite3_column_int(s.stmt, 1);
+        c.initialHead = sqlite3_column_double(s.stmt, 2);
+        const char *e = reinterpret_cast<const char *>(sqlite3_column_text(s.stmt, 3));
+        c.emitter = e && std::strcmp(e, "buried") == 0 ? builder::Emitter::Buried : builder::Emitter::Surface;
+        c.massBalanceError = sqlite3_column_double(s.stmt, 4);
+        out.push_back(c);
+    }
+    if (rc != SQLITE_DONE)
+        fail(QStringLiteral("cannot read CaseInfo"));
+    return out;
+}
+
+std::vector<std::pair<QString, std::vector<QString>>> DatabaseWriter::layout()
+{
+    // Read back from the schema itself, so that it is stated only once.
+    sqlite3 *db = nullptr;
+    std::vector<std::pair<QString, std::vector<QString>>> tables;
+    if (sqlite3_open(":memory:", &db) == SQLITE_OK) {
+        for (const char *sql : kSchema)
+            sqlite3_exec(db, sql, nullptr, nullptr, nullptr);
+        sqlite3_stmt *t = nullptr;
+        sqlite3_prepare_v2(db, "SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY rowid", -1, &t, nullptr);
+        while (t && sqlite3_step(t) == SQLITE_ROW) {
+            const QString name = QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(t, 0)));
+            std::vector<QString> columns;
+            sqlite3_stmt *c = nullptr;
+            const QByteArray info = QStringLiteral("PRAGMA table_info(\"%1\")").arg(name).toUtf8();
+            sqlite3_prepare_v2(db, info.constData(), -1, &c, nullptr);
+            while (c && sqlite3_step(c) == SQLITE_ROW)
+                columns.push_back(QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(c, 1))));
+            sqlite3_finalize(c);
+            tables.emplace_back(name, columns);
+        }
+        sqlite3_finalize(t);
+    }
+    sqlite3_close(db);
+    if (tables.size() != sizeof kSchema / sizeof kSchema[0])
+        throw UlvexError(TrickleBuildErrors::Database, QStringLiteral("cannot read back the layout of the database"));
+    return tables;
 }
 
 void DatabaseWriter::finish()

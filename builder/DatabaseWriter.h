@@ -19,11 +19,29 @@ struct sqlite3_stmt;
 // is then compacted. The same calls in the same order give the same bytes, so
 // the caller decides the order (the builder writes cases in a fixed order, never
 // in order of completion). Failures raise UlvexError (TrickleBuildErrors::Database).
+//
+// A database can also be extended: the builder copies a finished database (the
+// base) into a new file and adds soils to it or drops soils from it. The rows of
+// the export tables then continue the base's ID sequence.
 class DatabaseWriter
 {
 public:
-    // `path` must not hold a database yet (an empty file is fine).
-    explicit DatabaseWriter(const QString &path);
+    enum class Mode {
+        Create, // `path` must not hold a database yet (an empty file is fine)
+        Extend, // `path` holds a complete database of this layout
+    };
+
+    // One row of CaseInfo.
+    struct StoredCase
+    {
+        int soil = 0;
+        int flowRateNo = 0;
+        double initialHead = 0;
+        builder::Emitter emitter = builder::Emitter::Surface;
+        double massBalanceError = 0;
+    };
+
+    explicit DatabaseWriter(const QString &path, Mode mode = Mode::Create);
     ~DatabaseWriter();
     DatabaseWriter(const DatabaseWriter &) = delete;
     DatabaseWriter &operator=(const DatabaseWriter &) = delete;
@@ -36,13 +54,21 @@ public:
     // balance to CaseInfo.
     void writeCase(int soilTypeNo, int flowRateNo, double initialHead, builder::Emitter emitter,
                    const builder::CaseResult &result);
+    // Sets the keys, replacing the values of keys already present.
     void writeBuildInfo(const std::vector<std::pair<QString, QString>> &entries);
+    void removeBuildInfo(const QString &key);
+    // Removes the soil and every row of its cases (front, export and CaseInfo rows).
+    void dropSoil(int soilTypeNo);
+    // Every row of CaseInfo as written so far, in no particular order.
+    std::vector<StoredCase> storedCases();
     // Commits, compacts and closes the file.
     void finish();
 
     // "SurfaceData-c3" for a surface emitter in soil at -3 m, "BuriedData-c" at -10 m...
     static QString frontTable(builder::Emitter emitter, double initialHead);
     static QString exportTable(builder::Emitter emitter);
+    // The tables this writer creates, each with its column names in order.
+    static std::vector<std::pair<QString, std::vector<QString>>> layout();
     // Initial pressure head (m) of the dry soil, whose fronts fill the export tables.
     static constexpr double kExportHead = -10.0;
 

@@ -21,11 +21,16 @@ const char *const kColumnNames[ColCount] = {
     "theta_r", "theta_s", "alpha", "n", "Ks",
 };
 
-[[noreturn]] void fail(const QString &source, int line, const QString &what)
+UlvexError catalogueError(const QString &source, int line, const QString &what)
 {
     if (line > 0)
-        throw UlvexError(TrickleBuildErrors::Catalogue, QStringLiteral("%1 line %2: %3").arg(source).arg(line).arg(what));
-    throw UlvexError(TrickleBuildErrors::Catalogue, QStringLiteral("%1: %2").arg(source, what));
+        return UlvexError(TrickleBuildErrors::Catalogue, QStringLiteral("%1 line %2: %3").arg(source).arg(line).arg(what));
+    return UlvexError(TrickleBuildErrors::Catalogue, QStringLiteral("%1: %2").arg(source, what));
+}
+
+[[noreturn]] void fail(const QString &source, int line, const QString &what)
+{
+    throw catalogueError(source, line, what);
 }
 
 // Splits one CSV line. Fields may be wrapped in double quotes (a doubled quote
@@ -176,8 +181,9 @@ SoilCatalogue SoilCatalogue::fromText(const QString &text, const QString &source
                 column[col] = k;
                 factor[col] = f;
             }
+            cat.m_hasSoilTypeNo = column[ColNo] >= 0;
             for (int j = 0; j < ColCount; ++j) {
-                if (column[j] < 0) {
+                if (column[j] < 0 && j != ColNo) {
                     QString what = QString::fromLatin1(kColumnNames[j]);
                     if (j == ColClay) what = QStringLiteral("Clay (%)");
                     if (j == ColAlpha) what = QStringLiteral("alpha with its unit, e.g. \"alpha (1/cm)\"");
@@ -202,12 +208,14 @@ SoilCatalogue SoilCatalogue::fromText(const QString &text, const QString &source
         };
 
         builder::SoilParams s;
-        {
+        if (cat.m_hasSoilTypeNo) {
             bool ok = false;
             const QString t = cell(ColNo);
             s.number = t.toInt(&ok);
             if (!ok || s.number < 1)
                 fail(src, lineNo, QStringLiteral("SoilTypeNo \"%1\" is not a whole number of 1 or more").arg(t));
+        } else {
+            s.number = int(cat.m_soils.size()) + 1;
         }
         if (numberLine.count(s.number))
             fail(src, lineNo, QStringLiteral("SoilTypeNo %1 was already given on line %2").arg(s.number).arg(numberLine[s.number]));
@@ -244,6 +252,7 @@ SoilCatalogue SoilCatalogue::fromText(const QString &text, const QString &source
         numberLine[s.number] = lineNo;
         nameLine[lowerName] = lineNo;
         cat.m_soils.push_back(s);
+        cat.m_lines.push_back(lineNo);
     }
 
     if (!haveHeader)
@@ -251,9 +260,29 @@ SoilCatalogue SoilCatalogue::fromText(const QString &text, const QString &source
     if (cat.m_soils.empty())
         fail(src, 0, QStringLiteral("no soils listed after the header"));
 
-    std::sort(cat.m_soils.begin(), cat.m_soils.end(),
-              [](const builder::SoilParams &a, const builder::SoilParams &b) { return a.number < b.number; });
+    std::vector<size_t> order(cat.m_soils.size());
+    for (size_t i = 0; i < order.size(); ++i)
+        order[i] = i;
+    std::sort(order.begin(), order.end(), [&](size_t a, size_t b) { return cat.m_soils[a].number < cat.m_soils[b].number; });
+    std::vector<builder::SoilParams> soils;
+    std::vector<int> soilLines;
+    for (size_t i : order) {
+        soils.push_back(cat.m_soils[i]);
+        soilLines.push_back(cat.m_lines[i]);
+    }
+    cat.m_soils = std::move(soils);
+    cat.m_lines = std::move(soilLines);
     return cat;
+}
+
+void SoilCatalogue::renumberFrom(int first)
+{
+    // Without the column the soils are held in file order, so this keeps it.
+    if (m_hasSoilTypeNo)
+        throw UlvexError(TrickleBuildErrors::Catalogue,
+                         QStringLiteral("%1: the soils have their own SoilTypeNo and cannot be renumbered").arg(m_sourceName));
+    for (size_t i = 0; i < m_soils.size(); ++i)
+        m_soils[i].number = first + int(i);
 }
 
 const builder::SoilParams *SoilCatalogue::find(int soilTypeNo) const
@@ -263,4 +292,18 @@ const builder::SoilParams *SoilCatalogue::find(int soilTypeNo) const
             return &s;
     }
     return nullptr;
+}
+
+int SoilCatalogue::lineOf(int soilTypeNo) const
+{
+    for (size_t i = 0; i < m_soils.size(); ++i) {
+        if (m_soils[i].number == soilTypeNo)
+            return m_lines[i];
+    }
+    return 0;
+}
+
+UlvexError SoilCatalogue::lineError(int soilTypeNo, const QString &what) const
+{
+    return catalogueError(m_sourceName, lineOf(soilTypeNo), what);
 }

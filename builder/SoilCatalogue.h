@@ -1,6 +1,7 @@
 #pragma once
 
 #include "builder/CaseSpec.h"
+#include "base/UlvexError.h"
 
 #include <QString>
 #include <vector>
@@ -11,6 +12,10 @@
 // hydraulic parameters in brackets, e.g. "alpha (1/cm)" or "Ks (cm/day)". The
 // catalogue converts every value to SI (alpha in 1/m, Ks in m/s) so the rest of
 // the builder never sees other units.
+//
+// The SoilTypeNo column may be left out: the soils are then numbered in the
+// order of the file, from 1 (a catalogue of soils to add to a database is
+// renumbered after the database's last soil, see renumberFrom()).
 //
 // Every problem is reported as an UlvexError (TrickleBuildErrors::Catalogue)
 // whose text names the file and the line number and says what is wrong.
@@ -25,7 +30,20 @@ public:
     const builder::SoilParams *find(int soilTypeNo) const;
     QString sourceName() const { return m_sourceName; }
 
+    // Whether the file has a SoilTypeNo column (else the soils are numbered in file order).
+    bool hasSoilTypeNo() const { return m_hasSoilTypeNo; }
+    // Numbers the soils first, first + 1, ... in the order of the file. Only for a
+    // catalogue without a SoilTypeNo column.
+    void renumberFrom(int first);
+    // The line of the file on which the soil `soilTypeNo` is defined.
+    int lineOf(int soilTypeNo) const;
+    // An error (TrickleBuildErrors::Catalogue) about the soil's line:
+    // "<file> line <n>: <what>".
+    UlvexError lineError(int soilTypeNo, const QString &what) const;
+
 private:
     std::vector<builder::SoilParams> m_soils;
+    std::vector<int> m_lines; // the line of each soil, in the order of m_soils
     QString m_sourceName;
+    bool m_hasSoilTypeNo = true;
 };

@@ -1,5 +1,6 @@
 #include "builder/TrickleBuild.h"
 
+#include "builder/BaseDatabase.h"
 #include "builder/DatabaseWriter.h"
 #include "builder/SoilCatalogue.h"
 #include "builder/TrickleBuildErrors.h"
@@ -10,6 +11,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
+#include <QLocale>
 #include <QTemporaryFile>
 
 #include <algorithm>
@@ -20,6 +22,9 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <functional>
+#include <map>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <tuple>
@@ -108,172 +113,28 @@ struct Outcome
     QString error; // empty when the case is good
 };
 
-} // namespace
+using NameOf = std::function<QString(const TrickleBuildCase &)>;
 
-TrickleBuild::TrickleBuild(TrickleBuildOptions options, Runner runner)
-    : m_options(std::move(options)), m_runner(std::move(runner)),
-      m_log([](const QString &line) {
-          const QByteArray b = line.toLocal8Bit() + '\n';
-          std::fwrite(b.constData(), 1, size_t(b.size()), stderr);
-          std::fflush(stderr);
-      })
+// Every case of the given soils over the whole sweep, in the order they are written.
+std::vector<TrickleBuildCase> sweepCases(const std::vector<builder::SoilParams> &soils, const TrickleSweep &sweep)
 {
-}
-
-const std::vector<double> &TrickleBuild::flowRates()
-{
-    static const std::vector<double> rates = {0.5, 1.0, 2.0, 4.0, 8.0};
-    return rates;
-}
-
-const std::vector<double> &TrickleBuild::initialHeads()
-{
-    static const std::vector<double> heads = {-3.0, -6.0, -10.0};
-    return heads;
-}
-
-TrickleBuildCase TrickleBuild::parseCase(const QString &text)
-{
-    const QStringList parts = text.split(QLatin1Char(','));
-    auto bad = [&](const QString &why) {
-        return UlvexError(TrickleBuildErrors::Usage,
-                          QStringLiteral("--only \"%1\": %2 (expected SOIL,FLOW,IC,EMITTER, e.g. 4,5,10,buried)").arg(text, why));
-    };
-    if (parts.size() != 4)
-        throw bad(QStringLiteral("four values separated by commas are needed"));
-    TrickleBuildCase c;
-    bool ok = false;
-    c.soil = parts[0].trimmed().toInt(&ok);
-    if (!ok || c.soil < 1)
-        throw bad(QStringLiteral("SOIL must be a SoilTypeNo of the catalogue"));
-    c.flowRateNo = parts[1].trimmed().toInt(&ok);
-    if (!ok || c.flowRateNo < 1 || c.flowRateNo > int(flowRates().size()))
-        throw bad(QStringLiteral("FLOW must be a FlowRateNo from 1 (0.5 L/h) to 5 (8 L/h)"));
-    const int suction = std::abs(parts[2].trimmed().toInt(&ok));
-    if (!ok || (suction != 3 && suction != 6 && suction != 10))
-        throw bad(QStringLiteral("IC must be the initial suction in metres: 3, 6 or 10"));
-    c.initialHead = -double(suction);
-    const QString e = parts[3].trimmed().toLower();
-    if (e == QLatin1String("surface") || e == QLatin1String("s"))
-        c.emitter = builder::Emitter::Surface;
-    else if (e == QLatin1String("buried") || e == QLatin1String("b"))
-        c.emitter = builder::Emitter::Buried;
-    else
-        throw bad(QStringLiteral("EMITTER must be surface or buried"));
-    return c;
-}
-
-QString TrickleBuild::caseName(const TrickleBuildCase &c, const QString &soilName)
-{
-    const double q = (c.flowRateNo >= 1 && c.flowRateNo <= int(flowRates().size())) ? flowRates()[size_t(c.flowRateNo - 1)] : 0.0;
-    return QStringLiteral("soil %1%2, %3 L/h, %4 m, %5")
-        .arg(c.soil)
-        .arg(soilName.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(soilName))
-        .arg(q)
-        .arg(c.initialHead)
-        .arg(c.emitter == builder::Emitter::Buried ? QStringLiteral("buried") : QStringLiteral("surface"));
-}
-
-QString TrickleBuild::buildDate(const QString &given)
-{
-    if (!given.isEmpty())
-        return given;
-    const QByteArray epoch = qgetenv("SOURCE_DATE_EPOCH");
-    if (!epoch.isEmpty()) {
-        bool ok = false;
-        const qint64 secs = epoch.trimmed().toLongLong(&ok);
-        if (!ok || secs < 0)
-            throw UlvexError(TrickleBuildErrors::Usage,
-                             QStringLiteral("SOURCE_DATE_EPOCH \"%1\" is not a number of seconds").arg(QString::fromLocal8Bit(epoch)));
-        return QDateTime::fromSecsSinceEpoch(secs, Qt::UTC).toString(Qt::ISODate);
-    }
-    return QDateTime::currentDateTimeUtc().toString(Qt::ISODate);
-}
-
-void TrickleBuild::installInterruptCleanup()
-{
-    std::signal(SIGINT, onInterrupt);
-    std::signal(SIGTERM, onInterrupt);
-}
-
-TrickleBuildSummary TrickleBuild::run()
-{
-    using builder::CaseSpec;
-    const TrickleBuildOptions &opt = m_options;
-    if (!(opt.frontThreshold > 0.0 && opt.frontThreshold < 1.0))
-        throw UlvexError(TrickleBuildErrors::Usage,
-                         QStringLiteral("the front threshold %1 must lie between 0 and 1 (a fraction of theta_s minus the initial theta)").arg(opt.frontThreshold));
-    if (opt.threads < 0)
-        throw UlvexError(TrickleBuildErrors::Usage, QStringLiteral("the number of threads must not be negative"));
-    if (opt.hours < 1)
-        throw UlvexError(TrickleBuildErrors::Usage, QStringLiteral("the number of hours must be at least 1"));
-    if (opt.outPath.isEmpty())
-        throw UlvexError(TrickleBuildErrors::Usage, QStringLiteral("no output file given"));
-    if (!m_runner)
-        throw UlvexError(TrickleBuildErrors::Usage, QStringLiteral("no solver given"));
-
-    const QString date = buildDate(opt.buildDate);
-    const SoilCatalogue catalogue = SoilCatalogue::fromFile(opt.soilsPath);
-
-    // The cases, in the fixed order in which they are written.
     std::vector<TrickleBuildCase> cases;
-    if (opt.only.empty()) {
-        for (const auto &soil : catalogue.soils())
-            for (int f = 1; f <= int(flowRates().size()); ++f)
-                for (double h : initialHeads())
-                    for (auto e : {builder::Emitter::Surface, builder::Emitter::Buried})
-                        cases.push_back({soil.number, f, h, e});
-    } else {
-        cases = opt.only;
-        for (const auto &c : cases) {
-            if (!catalogue.find(c.soil))
-                throw UlvexError(TrickleBuildErrors::Usage,
-                                 QStringLiteral("--only: the soil catalogue %1 has no SoilTypeNo %2").arg(catalogue.sourceName()).arg(c.soil));
-        }
-        std::sort(cases.begin(), cases.end(), caseLess);
-        const auto dup = std::adjacent_find(cases.begin(), cases.end(), caseEqual);
-        if (dup != cases.end())
-            throw UlvexError(TrickleBuildErrors::Usage, QStringLiteral("--only: the case %1 is given twice").arg(caseName(*dup)));
-    }
-    auto nameOf = [&](const TrickleBuildCase &c) {
-        const builder::SoilParams *s = catalogue.find(c.soil);
-        return caseName(c, s ? QString::fromStdString(s->name) : QString());
-    };
+    for (const auto &soil : soils)
+        for (int f = 1; f <= int(sweep.flowRates.size()); ++f)
+            for (double h : sweep.initialHeads)
+                for (auto e : {builder::Emitter::Surface, builder::Emitter::Buried})
+                    cases.push_back({soil.number, f, h, e});
+    std::sort(cases.begin(), cases.end(), caseLess);
+    return cases;
+}
 
-    // Refuse early, before hours of computing, when the output may not be written.
-    const QFileInfo outInfo(opt.outPath);
-    if (outInfo.exists() || outInfo.isSymLink()) {
-        if (outInfo.isDir())
-            throw UlvexError(TrickleBuildErrors::OutputExists, QStringLiteral("%1 is a folder").arg(opt.outPath));
-        if (!opt.force)
-            throw UlvexError(TrickleBuildErrors::OutputExists,
-                             QStringLiteral("%1 exists already; give --force to replace it").arg(opt.outPath));
-    }
-    const QDir outDir = outInfo.absoluteDir();
-    if (!outDir.exists())
-        throw UlvexError(TrickleBuildErrors::FileSystem, QStringLiteral("the folder %1 does not exist").arg(outDir.path()));
-
-    QString tempPath;
-    {
-        QTemporaryFile temp(outDir.filePath(QStringLiteral(".%1.XXXXXX.part").arg(outInfo.fileName())));
-        temp.setAutoRemove(false);
-        if (!temp.open())
-            throw UlvexError(TrickleBuildErrors::FileSystem,
-                             QStringLiteral("cannot create a temporary file in %1: %2").arg(outDir.path(), temp.errorString()));
-        tempPath = temp.fileName();
-    }
-    TempFileGuard guard(tempPath);
-
-    DatabaseWriter writer(tempPath);
-    writer.writeSoils(catalogue.soils());
-    writer.writeFlowRates(flowRates());
-    writer.writeTimes(opt.hours);
-
-    // Run the cases: each thread takes the next case not yet started.
-    unsigned hw = std::thread::hardware_concurrency();
-    int threads = opt.threads > 0 ? opt.threads : int(hw > 0 ? hw : 1);
-    threads = std::max(1, std::min(threads, int(cases.size())));
-
+// Runs the cases on a pool of threads, each thread taking the next case not yet
+// started, and logs one progress line per finished case. Throws
+// TrickleBuildErrors::CaseFailed naming the failed case(s).
+std::vector<Outcome> runCases(const std::vector<TrickleBuildCase> &cases, const SoilCatalogue &catalogue, const TrickleSweep &sweep,
+                              int threads, bool keepGoing, const TrickleBuild::Runner &runner, const TrickleBuild::Log &log,
+                              const NameOf &nameOf)
+{
     // Cases start roughly dearest first (high flow, buried: the largest bulbs),
     // so that no long case is left running alone at the end of the sweep. The
     // order of writing does not depend on this.
@@ -293,9 +154,6 @@ TrickleBuildSummary TrickleBuild::run()
     QElapsedTimer clock;
     clock.start();
 
-    m_log(QStringLiteral("trickle-build: %1 case(s) on %2 thread(s), soils from %3, into %4")
-              .arg(cases.size()).arg(threads).arg(catalogue.sourceName(), opt.outPath));
-
     auto worker = [&]() {
         for (;;) {
             if (stop.load())
@@ -305,19 +163,19 @@ TrickleBuildSummary TrickleBuild::run()
                 return;
             const size_t i = startOrder[n];
             const TrickleBuildCase &c = cases[i];
-            CaseSpec caseSpec;
+            builder::CaseSpec caseSpec;
             caseSpec.soil = *catalogue.find(c.soil);
-            caseSpec.flowLitresPerHour = flowRates()[size_t(c.flowRateNo - 1)];
+            caseSpec.flowLitresPerHour = sweep.flowRates[size_t(c.flowRateNo - 1)];
             caseSpec.initialHead = c.initialHead;
             caseSpec.emitter = c.emitter;
-            caseSpec.hours = opt.hours;
-            caseSpec.frontThreshold = opt.frontThreshold;
+            caseSpec.hours = sweep.hours;
+            caseSpec.frontThreshold = sweep.frontThreshold;
 
             Outcome out;
             QElapsedTimer caseClock;
             caseClock.start();
             try {
-                out.result = m_runner(caseSpec);
+                out.result = runner(caseSpec);
             } catch (const std::exception &e) {
                 out.error = QStringLiteral("the solver failed: %1").arg(QString::fromLocal8Bit(e.what()));
             } catch (...) {
@@ -329,12 +187,12 @@ TrickleBuildSummary TrickleBuild::run()
                 out.error = QStringLiteral("a front reached the boundary of the solution domain%1")
                                 .arg(r.message.empty() ? QString() : QStringLiteral(" (%1)").arg(QString::fromStdString(r.message)));
             if (out.error.isEmpty()) {
-                bool shapeOk = int(r.fronts.size()) == opt.hours;
+                bool shapeOk = int(r.fronts.size()) == sweep.hours;
                 for (size_t k = 0; shapeOk && k < r.fronts.size(); ++k)
                     shapeOk = r.fronts[k].hour == int(k) + 1;
                 if (!shapeOk)
                     out.error = QStringLiteral("the solver returned %1 front(s), not one for each hour 1 to %2%3")
-                                    .arg(r.fronts.size()).arg(opt.hours)
+                                    .arg(r.fronts.size()).arg(sweep.hours)
                                     .arg(r.message.empty() ? QString() : QStringLiteral(" (%1)").arg(QString::fromStdString(r.message)));
             }
             if (out.error.isEmpty() && !std::isfinite(r.massBalanceError))
@@ -346,17 +204,17 @@ TrickleBuildSummary TrickleBuild::run()
             const double elapsed = double(clock.nsecsElapsed()) * 1e-9;
             const double left = elapsed / finished * double(cases.size() - size_t(finished));
             if (!out.error.isEmpty()) {
-                if (!opt.keepGoing)
+                if (!keepGoing)
                     stop = true;
-                m_log(QStringLiteral("[%1/%2] %3: FAILED after %4 s: %5")
-                          .arg(finished, 3).arg(cases.size()).arg(nameOf(c)).arg(out.seconds, 0, 'f', 1).arg(out.error));
+                log(QStringLiteral("[%1/%2] %3: FAILED after %4 s: %5")
+                        .arg(finished, 3).arg(cases.size()).arg(nameOf(c)).arg(out.seconds, 0, 'f', 1).arg(out.error));
             } else {
-                m_log(QStringLiteral("[%1/%2] %3: %4 s, mass balance %5 %; elapsed %6, about %7 left")
-                          .arg(finished, 3).arg(cases.size()).arg(nameOf(c)).arg(out.seconds, 0, 'f', 1)
-                          .arg(100.0 * r.massBalanceError, 0, 'g', 3).arg(fmtDuration(elapsed), fmtDuration(left)));
+                log(QStringLiteral("[%1/%2] %3: %4 s, mass balance %5 %; elapsed %6, about %7 left")
+                        .arg(finished, 3).arg(cases.size()).arg(nameOf(c)).arg(out.seconds, 0, 'f', 1)
+                        .arg(100.0 * r.massBalanceError, 0, 'g', 3).arg(fmtDuration(elapsed), fmtDuration(left)));
                 if (r.massBalanceError > 0.005)
-                    m_log(QStringLiteral("warning: %1: mass balance error %2 % exceeds 0.5 %")
-                              .arg(nameOf(c)).arg(100.0 * r.massBalanceError, 0, 'f', 3));
+                    log(QStringLiteral("warning: %1: mass balance error %2 % exceeds 0.5 %")
+                            .arg(nameOf(c)).arg(100.0 * r.massBalanceError, 0, 'f', 3));
             }
             outcomes[i] = std::move(out);
         }
@@ -389,19 +247,324 @@ TrickleBuildSummary TrickleBuild::run()
             text += QStringLiteral("; %1 cases failed in all: %2").arg(failed.size()).arg(failed.join(QStringLiteral("; ")));
         throw UlvexError(TrickleBuildErrors::CaseFailed, text + QStringLiteral("; no database written"));
     }
+    return outcomes;
+}
+
+// Numbers written to BuildInfo: the shortest text that reads back as the same
+// number, so that a build on this database computes with exactly the same values.
+QString exactNumber(double v)
+{
+    return QString::number(v, 'g', QLocale::FloatingPointShortest);
+}
+
+QString numberList(const std::vector<double> &values)
+{
+    QStringList texts;
+    for (double v : values)
+        texts << exactNumber(v);
+    return texts.join(QLatin1Char(','));
+}
+
+// "<earlier>; <entry>", or just the entry when there is nothing earlier.
+QString appendEntry(const QString &earlier, const QString &entry)
+{
+    return earlier.isEmpty() ? entry : earlier + QStringLiteral("; ") + entry;
+}
+
+} // namespace
+
+TrickleBuild::TrickleBuild(TrickleBuildOptions options, Runner runner)
+    : m_options(std::move(options)), m_runner(std::move(runner)),
+      m_log([](const QString &line) {
+          const QByteArray b = line.toLocal8Bit() + '\n';
+          std::fwrite(b.constData(), 1, size_t(b.size()), stderr);
+          std::fflush(stderr);
+      })
+{
+}
+
+const std::vector<double> &TrickleBuild::defaultFlowRates()
+{
+    static const std::vector<double> rates = {0.5, 1.0, 2.0, 4.0, 8.0};
+    return rates;
+}
+
+const std::vector<double> &TrickleBuild::initialHeads()
+{
+    static const std::vector<double> heads = {-3.0, -6.0, -10.0};
+    return heads;
+}
+
+TrickleBuildCase TrickleBuild::parseCase(const QString &text)
+{
+    const QStringList parts = text.split(QLatin1Char(','));
+    auto bad = [&](const QString &why) {
+        return UlvexError(TrickleBuildErrors::Usage,
+                          QStringLiteral("--only \"%1\": %2 (expected SOIL,FLOW,IC,EMITTER, e.g. 4,5,10,buried)").arg(text, why));
+    };
+    if (parts.size() != 4)
+        throw bad(QStringLiteral("four values separated by commas are needed"));
+    TrickleBuildCase c;
+    bool ok = false;
+    c.soil = parts[0].trimmed().toInt(&ok);
+    if (!ok || c.soil < 1)
+        throw bad(QStringLiteral("SOIL must be a SoilTypeNo of the catalogue"));
+    c.flowRateNo = parts[1].trimmed().toInt(&ok);
+    if (!ok || c.flowRateNo < 1)
+        throw bad(QStringLiteral("FLOW must be a FlowRateNo: 1 for the first flow rate, 2 for the second..."));
+    const int suction = std::abs(parts[2].trimmed().toInt(&ok));
+    if (!ok || (suction != 3 && suction != 6 && suction != 10))
+        throw bad(QStringLiteral("IC must be the initial suction in metres: 3, 6 or 10"));
+    c.initialHead = -double(suction);
+    const QString e = parts[3].trimmed().toLower();
+    if (e == QLatin1String("surface") || e == QLatin1String("s"))
+        c.emitter = builder::Emitter::Surface;
+    else if (e == QLatin1String("buried") || e == QLatin1String("b"))
+        c.emitter = builder::Emitter::Buried;
+    else
+        throw bad(QStringLiteral("EMITTER must be surface or buried"));
+    return c;
+}
+
+QString TrickleBuild::caseName(const TrickleBuildCase &c, const std::vector<double> &flowRates, const QString &soilName)
+{
+    const double q = (c.flowRateNo >= 1 && c.flowRateNo <= int(flowRates.size())) ? flowRates[size_t(c.flowRateNo - 1)] : 0.0;
+    return QStringLiteral("soil %1%2, %3 L/h, %4 m, %5")
+        .arg(c.soil)
+        .arg(soilName.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(soilName))
+        .arg(q)
+        .arg(c.initialHead)
+        .arg(c.emitter == builder::Emitter::Buried ? QStringLiteral("buried") : QStringLiteral("surface"));
+}
+
+QString TrickleBuild::buildDate(const QString &given)
+{
+    if (!given.isEmpty())
+        return given;
+    const QByteArray epoch = qgetenv("SOURCE_DATE_EPOCH");
+    if (!epoch.isEmpty()) {
+        bool ok = false;
+        const qint64 secs = epoch.trimmed().toLongLong(&ok);
+        if (!ok || secs < 0)
+            throw UlvexError(TrickleBuildErrors::Usage,
+                             QStringLiteral("SOURCE_DATE_EPOCH \"%1\" is not a number of seconds").arg(QString::fromLocal8Bit(epoch)));
+        return QDateTime::fromSecsSinceEpoch(secs, Qt::UTC).toString(Qt::ISODate);
+    }
+    return QDateTime::currentDateTimeUtc().toString(Qt::ISODate);
+}
+
+void TrickleBuild::installInterruptCleanup()
+{
+    std::signal(SIGINT, onInterrupt);
+    std::signal(SIGTERM, onInterrupt);
+}
+
+void TrickleBuild::checkOptions() const
+{
+    const TrickleBuildOptions &opt = m_options;
+    auto usage = [](const QString &text) { return UlvexError(TrickleBuildErrors::Usage, text); };
+    if (opt.threads < 0)
+        throw usage(QStringLiteral("the number of threads must not be negative"));
+    if (opt.outPath.isEmpty())
+        throw usage(QStringLiteral("no output file given"));
+    if (!m_runner)
+        throw usage(QStringLiteral("no solver given"));
+    if (opt.basePath.isEmpty()) {
+        if (opt.soilsPath.isEmpty())
+            throw usage(QStringLiteral("no soil catalogue given"));
+        if (!opt.dropSoils.empty())
+            throw usage(QStringLiteral("--drop-soil needs --base: soils are dropped from a database"));
+    } else {
+        // The sweep of the added soils is the base's, so that the database stays one sweep.
+        if (opt.flowRates)
+            throw usage(QStringLiteral("--flows cannot be used with --base: the flow rates are the base's"));
+        if (opt.hours)
+            throw usage(QStringLiteral("--hours cannot be used with --base: the hours are the base's"));
+        if (opt.frontThreshold)
+            throw usage(QStringLiteral("--front-threshold cannot be used with --base: the front threshold is the base's"));
+        if (!opt.only.empty())
+            throw usage(QStringLiteral("--only cannot be used with --base: added soils get every case of the base's sweep"));
+        if (opt.soilsPath.isEmpty() && opt.dropSoils.empty())
+            throw usage(QStringLiteral("--base needs --soils (soils to add) or --drop-soil (soils to drop)"));
+        std::vector<int> drops = opt.dropSoils;
+        std::sort(drops.begin(), drops.end());
+        const auto twice = std::adjacent_find(drops.begin(), drops.end());
+        if (twice != drops.end())
+            throw usage(QStringLiteral("--drop-soil %1 is given twice").arg(*twice));
+    }
+    const double threshold = opt.frontThreshold.value_or(0.1);
+    if (!(threshold > 0.0 && threshold < 1.0))
+        throw usage(QStringLiteral("the front threshold %1 must lie between 0 and 1 (a fraction of theta_s minus the initial theta)").arg(threshold));
+    const int hours = opt.hours.value_or(kDefaultHours);
+    if (hours < 1 || hours > kMaxHours)
+        throw usage(QStringLiteral("--hours %1: the number of hours must be a whole number from 1 to %2").arg(hours).arg(kMaxHours));
+    if (opt.flowRates) {
+        const std::vector<double> &q = *opt.flowRates;
+        bool good = !q.empty();
+        for (size_t i = 0; good && i < q.size(); ++i)
+            good = std::isfinite(q[i]) && q[i] > 0 && (i == 0 || q[i] > q[i - 1]);
+        if (!good)
+            throw usage(QStringLiteral("--flows %1: the flow rates must be positive and strictly increasing, in litres per hour "
+                                       "(e.g. 0.5,1,2,4,8)").arg(numberList(q)));
+    }
+}
+
+TrickleBuildSummary TrickleBuild::run()
+{
+    const TrickleBuildOptions &opt = m_options;
+    checkOptions();
+    const QString date = buildDate(opt.buildDate);
+
+    // The base first: everything else is checked against it.
+    std::unique_ptr<BaseDatabase> base;
+    TrickleSweep sweep;
+    if (!opt.basePath.isEmpty()) {
+        base = std::make_unique<BaseDatabase>(opt.basePath);
+        sweep.flowRates = base->flowRates();
+        sweep.hours = base->hours();
+        sweep.initialHeads = base->initialHeads().empty() ? initialHeads() : base->initialHeads();
+        sweep.frontThreshold = base->frontThreshold();
+    } else {
+        sweep.flowRates = opt.flowRates.value_or(defaultFlowRates());
+        sweep.hours = opt.hours.value_or(kDefaultHours);
+        sweep.initialHeads = initialHeads();
+        sweep.frontThreshold = opt.frontThreshold.value_or(0.1);
+    }
+
+    // Soils by SoilTypeNo, for naming cases: the base's that stay, then the added ones.
+    std::map<int, QString> soilNames;
+    QStringList droppedEntries;
+    if (base) {
+        for (const auto &s : base->soils())
+            soilNames[s.number] = s.name;
+        std::vector<int> drops = opt.dropSoils;
+        std::sort(drops.begin(), drops.end());
+        for (int n : drops) {
+            const auto it = soilNames.find(n);
+            if (it == soilNames.end())
+                throw UlvexError(TrickleBuildErrors::Usage,
+                                 QStringLiteral("--drop-soil %1: the base database %2 has no SoilTypeNo %1").arg(n).arg(opt.basePath));
+            droppedEntries << QStringLiteral("%1 %2 (%3)").arg(n).arg(it->second, date);
+            soilNames.erase(it);
+        }
+    }
+
+    SoilCatalogue catalogue;
+    if (!opt.soilsPath.isEmpty())
+        catalogue = SoilCatalogue::fromFile(opt.soilsPath);
+    if (base && !opt.soilsPath.isEmpty()) {
+        // Soils without a number of their own follow the base's last soil (dropped
+        // ones included, so that a number is not handed out again in one build).
+        if (!catalogue.hasSoilTypeNo())
+            catalogue.renumberFrom(base->soils().empty() ? 1 : base->soils().back().number + 1);
+        for (const auto &s : catalogue.soils()) {
+            const QString name = QString::fromStdString(s.name);
+            if (soilNames.count(s.number))
+                throw catalogue.lineError(s.number, QStringLiteral("SoilTypeNo %1 is already the soil \"%2\" of the base database %3")
+                                                        .arg(s.number).arg(soilNames[s.number], opt.basePath));
+            for (const auto &kept : soilNames) {
+                if (kept.second.toLower() == name.toLower())
+                    throw catalogue.lineError(s.number, QStringLiteral("the Name \"%1\" is already the soil %2 of the base database %3")
+                                                            .arg(name).arg(kept.first).arg(opt.basePath));
+            }
+        }
+    }
+    for (const auto &s : catalogue.soils())
+        soilNames[s.number] = QString::fromStdString(s.name);
+    if (soilNames.empty())
+        throw UlvexError(TrickleBuildErrors::Usage,
+                         QStringLiteral("dropping every soil of the base database %1 would leave a database without soils").arg(opt.basePath));
+    auto nameOf = [&](const TrickleBuildCase &c) {
+        const auto it = soilNames.find(c.soil);
+        return caseName(c, sweep.flowRates, it == soilNames.end() ? QString() : it->second);
+    };
+
+    // The cases, in the fixed order in which they are written.
+    std::vector<TrickleBuildCase> cases;
+    if (opt.only.empty()) {
+        cases = sweepCases(catalogue.soils(), sweep);
+    } else {
+        cases = opt.only;
+        for (const auto &c : cases) {
+            if (!catalogue.find(c.soil))
+                throw UlvexError(TrickleBuildErrors::Usage,
+                                 QStringLiteral("--only: the soil catalogue %1 has no SoilTypeNo %2").arg(catalogue.sourceName()).arg(c.soil));
+            if (c.flowRateNo > int(sweep.flowRates.size()))
+                throw UlvexError(TrickleBuildErrors::Usage,
+                                 QStringLiteral("--only: FlowRateNo %1 is not in the flow list; FLOW must be a FlowRateNo from 1 (%2 L/h) to %3 (%4 L/h)")
+                                     .arg(c.flowRateNo).arg(sweep.flowRates.front()).arg(sweep.flowRates.size()).arg(sweep.flowRates.back()));
+        }
+        std::sort(cases.begin(), cases.end(), caseLess);
+        const auto dup = std::adjacent_find(cases.begin(), cases.end(), caseEqual);
+        if (dup != cases.end())
+            throw UlvexError(TrickleBuildErrors::Usage, QStringLiteral("--only: the case %1 is given twice").arg(caseName(*dup, sweep.flowRates)));
+    }
+
+    // Refuse early, before hours of computing, when the output may not be written.
+    const QFileInfo outInfo(opt.outPath);
+    if (outInfo.exists() || outInfo.isSymLink()) {
+        if (outInfo.isDir())
+            throw UlvexError(TrickleBuildErrors::OutputExists, QStringLiteral("%1 is a folder").arg(opt.outPath));
+        if (!opt.force)
+            throw UlvexError(TrickleBuildErrors::OutputExists,
+                             QStringLiteral("%1 exists already; give --force to replace it").arg(opt.outPath));
+    }
+    const QDir outDir = outInfo.absoluteDir();
+    if (!outDir.exists())
+        throw UlvexError(TrickleBuildErrors::FileSystem, QStringLiteral("the folder %1 does not exist").arg(outDir.path()));
+
+    QString tempPath;
+    {
+        QTemporaryFile temp(outDir.filePath(QStringLiteral(".%1.XXXXXX.part").arg(outInfo.fileName())));
+        temp.setAutoRemove(false);
+        if (!temp.open())
+            throw UlvexError(TrickleBuildErrors::FileSystem,
+                             QStringLiteral("cannot create a temporary file in %1: %2").arg(outDir.path(), temp.errorString()));
+        tempPath = temp.fileName();
+    }
+    TempFileGuard guard(tempPath);
+
+    // On a base, the whole base is copied first, so the output holds every table
+    // and row of it as it stands (and the base may be the file the output replaces).
+    QString baseName, baseBuildDate, baseOrigin, baseCatalogues, baseDropped;
+    if (base) {
+        baseName = QFileInfo(opt.basePath).fileName();
+        baseBuildDate = base->buildInfo(QStringLiteral("build_date"));
+        baseOrigin = base->buildInfo(QStringLiteral("origin_build_date"));
+        baseCatalogues = base->buildInfo(QStringLiteral("added_catalogues"));
+        baseDropped = base->buildInfo(QStringLiteral("dropped_soils"));
+        m_log(QStringLiteral("trickle-build: base %1: %2 soil(s), %3 flow rate(s), %4 hour(s)%5")
+                  .arg(opt.basePath).arg(base->soils().size()).arg(sweep.flowRates.size()).arg(sweep.hours)
+                  .arg(opt.dropSoils.empty() ? QString() : QStringLiteral("; dropping %1").arg(droppedEntries.join(QStringLiteral("; ")))));
+        base->copyTo(tempPath);
+        base.reset();
+    }
+    DatabaseWriter writer(tempPath, opt.basePath.isEmpty() ? DatabaseWriter::Mode::Create : DatabaseWriter::Mode::Extend);
+    if (opt.basePath.isEmpty()) {
+        writer.writeFlowRates(sweep.flowRates);
+        writer.writeTimes(sweep.hours);
+    }
+    for (int n : opt.dropSoils)
+        writer.dropSoil(n);
+    writer.writeSoils(catalogue.soils());
+
+    unsigned hw = std::thread::hardware_concurrency();
+    int threads = opt.threads > 0 ? opt.threads : int(hw > 0 ? hw : 1);
+    threads = std::max(1, std::min(threads, int(cases.size())));
+    QElapsedTimer clock;
+    clock.start();
+    if (!opt.soilsPath.isEmpty())
+        m_log(QStringLiteral("trickle-build: %1 case(s) on %2 thread(s), soils from %3, into %4")
+                  .arg(cases.size()).arg(threads).arg(catalogue.sourceName(), opt.outPath));
+    const std::vector<Outcome> outcomes = runCases(cases, catalogue, sweep, threads, opt.keepGoing, m_runner, m_log, nameOf);
 
     TrickleBuildSummary sum;
     sum.cases = int(cases.size());
     sum.threads = threads;
-    sum.cheapestSeconds = 1e300;
-    sum.largestMassBalanceError = -1;
+    sum.cheapestSeconds = cases.empty() ? 0.0 : 1e300;
     for (size_t i = 0; i < cases.size(); ++i) {
         const Outcome &o = outcomes[i];
         writer.writeCase(cases[i].soil, cases[i].flowRateNo, cases[i].initialHead, cases[i].emitter, o.result);
-        if (o.result.massBalanceError > sum.largestMassBalanceError) {
-            sum.largestMassBalanceError = o.result.massBalanceError;
-            sum.largestMassBalanceCase = nameOf(cases[i]);
-        }
         if (o.seconds < sum.cheapestSeconds) {
             sum.cheapestSeconds = o.seconds;
             sum.cheapestCase = nameOf(cases[i]);
@@ -412,29 +575,59 @@ TrickleBuildSummary TrickleBuild::run()
         }
     }
 
-    QStringList flows, heads;
-    for (double q : flowRates())
-        flows << QString::number(q);
-    for (double h : initialHeads())
-        heads << QString::number(h);
-    writer.writeBuildInfo({
-        {QStringLiteral("builder"), QStringLiteral("trickle-build")},
-        {QStringLiteral("builder_version"), QStringLiteral(ULVEX_VERSION)},
-        {QStringLiteral("build_date"), date},
-        {QStringLiteral("soil_catalogue"), QFileInfo(opt.soilsPath).fileName()},
-        {QStringLiteral("solver_settings"), opt.solverSettings},
-        {QStringLiteral("front_threshold"), QString::number(opt.frontThreshold, 'g', 12)},
-        {QStringLiteral("front_definition"),
-         QStringLiteral("outline where the water content exceeds its initial value by front_threshold x (theta_s - initial theta)")},
-        {QStringLiteral("length_unit"), QStringLiteral("m")},
-        {QStringLiteral("hours"), QString::number(opt.hours)},
-        {QStringLiteral("flow_rates_l_per_h"), flows.join(QLatin1Char(','))},
-        {QStringLiteral("initial_heads_m"), heads.join(QLatin1Char(','))},
-        {QStringLiteral("export_tables"), QStringLiteral("SurfaceData and BuriedData hold the fronts of the dry soil (-10 m)")},
-        {QStringLiteral("cases"), QString::number(cases.size())},
-        {QStringLiteral("max_mass_balance_error"), QString::number(sum.largestMassBalanceError, 'g', 6)},
-        {QStringLiteral("max_mass_balance_case"), sum.largestMassBalanceCase},
-    });
+    // The mass-balance summary covers every case the database holds, the base's
+    // included; on a tie the first case in the sweep's order is named.
+    std::vector<DatabaseWriter::StoredCase> stored = writer.storedCases();
+    auto keyOf = [](const DatabaseWriter::StoredCase &s) { return TrickleBuildCase{s.soil, s.flowRateNo, s.initialHead, s.emitter}; };
+    std::sort(stored.begin(), stored.end(), [&](const auto &a, const auto &b) { return caseLess(keyOf(a), keyOf(b)); });
+    sum.largestMassBalanceError = 0;
+    for (const auto &s : stored) {
+        if (s.massBalanceError > sum.largestMassBalanceError || sum.largestMassBalanceCase.isEmpty()) {
+            sum.largestMassBalanceError = s.massBalanceError;
+            sum.largestMassBalanceCase = nameOf(keyOf(s));
+        }
+    }
+
+    std::vector<std::pair<QString, QString>> info;
+    if (opt.basePath.isEmpty()) {
+        info = {
+            {QStringLiteral("builder"), QStringLiteral("trickle-build")},
+            {QStringLiteral("builder_version"), QStringLiteral(ULVEX_VERSION)},
+            {QStringLiteral("build_date"), date},
+            {QStringLiteral("soil_catalogue"), QFileInfo(opt.soilsPath).fileName()},
+            {QStringLiteral("solver_settings"), opt.solverSettings},
+            {QStringLiteral("front_threshold"), exactNumber(sweep.frontThreshold)},
+            {QStringLiteral("front_definition"),
+             QStringLiteral("outline where the water content exceeds its initial value by front_threshold x (theta_s - initial theta)")},
+            {QStringLiteral("length_unit"), QStringLiteral("m")},
+            {QStringLiteral("hours"), QString::number(sweep.hours)},
+            {QStringLiteral("flow_rates_l_per_h"), numberList(sweep.flowRates)},
+            {QStringLiteral("initial_heads_m"), numberList(sweep.initialHeads)},
+            {QStringLiteral("export_tables"), QStringLiteral("SurfaceData and BuriedData hold the fronts of the dry soil (-10 m)")},
+        };
+    } else {
+        // The base's keys stay as they are in the copy; these are this build's.
+        info = {
+            {QStringLiteral("build_date"), date},
+            {QStringLiteral("base_database"), baseName},
+            {QStringLiteral("base_build_date"), baseBuildDate},
+            {QStringLiteral("origin_build_date"), baseOrigin.isEmpty() ? baseBuildDate : baseOrigin},
+        };
+        for (int n : opt.dropSoils)
+            writer.removeBuildInfo(QStringLiteral("added_soil_%1").arg(n));
+        if (!opt.dropSoils.empty())
+            info.emplace_back(QStringLiteral("dropped_soils"), appendEntry(baseDropped, droppedEntries.join(QStringLiteral("; "))));
+        if (!opt.soilsPath.isEmpty()) {
+            info.emplace_back(QStringLiteral("added_catalogues"),
+                              appendEntry(baseCatalogues, QStringLiteral("%1 (%2)").arg(QFileInfo(opt.soilsPath).fileName(), date)));
+            for (const auto &s : catalogue.soils())
+                info.emplace_back(QStringLiteral("added_soil_%1").arg(s.number), date);
+        }
+    }
+    info.emplace_back(QStringLiteral("cases"), QString::number(stored.size()));
+    info.emplace_back(QStringLiteral("max_mass_balance_error"), QString::number(sum.largestMassBalanceError, 'g', 6));
+    info.emplace_back(QStringLiteral("max_mass_balance_case"), sum.largestMassBalanceCase);
+    writer.writeBuildInfo(info);
     writer.finish();
 
     QFile::setPermissions(tempPath, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadGroup | QFileDevice::ReadOther);
@@ -447,10 +640,13 @@ TrickleBuildSummary TrickleBuild::run()
     guard.release();
 
     sum.wallSeconds = double(clock.nsecsElapsed()) * 1e-9;
-    m_log(QStringLiteral("trickle-build: wrote %1: %2 case(s) in %3 (%4 s) on %5 thread(s); cheapest case %6 s (%7), dearest %8 s (%9); "
-                         "largest mass balance error %10 % (%11)")
-              .arg(opt.outPath).arg(sum.cases).arg(fmtDuration(sum.wallSeconds)).arg(sum.wallSeconds, 0, 'f', 1).arg(threads)
-              .arg(sum.cheapestSeconds, 0, 'f', 2).arg(sum.cheapestCase).arg(sum.dearestSeconds, 0, 'f', 2).arg(sum.dearestCase)
-              .arg(100.0 * sum.largestMassBalanceError, 0, 'g', 3).arg(sum.largestMassBalanceCase));
+    QString computed = QStringLiteral("no case computed");
+    if (!cases.empty())
+        computed = QStringLiteral("%1 case(s) in %2 (%3 s) on %4 thread(s); cheapest case %5 s (%6), dearest %7 s (%8)")
+                       .arg(sum.cases).arg(fmtDuration(sum.wallSeconds)).arg(sum.wallSeconds, 0, 'f', 1).arg(threads)
+                       .arg(sum.cheapestSeconds, 0, 'f', 2).arg(sum.cheapestCase).arg(sum.dearestSeconds, 0, 'f', 2).arg(sum.dearestCase);
+    m_log(QStringLiteral("trickle-build: wrote %1: %2; largest mass balance error %3 % (%4)")
+              .arg(opt.outPath, computed).arg(100.0 * sum.largestMassBalanceError, 0, 'g', 3)
+              .arg(sum.largestMassBalanceCase.isEmpty() ? QStringLiteral("no case") : sum.largestMassBalanceCase));
     return sum;
 }

@@ -4,37 +4,54 @@
 
 #include <QString>
 #include <functional>
+#include <optional>
 #include <vector>
 
 // One simulation of the sweep, named by the keys the database uses.
 struct TrickleBuildCase
 {
     int soil = 0;           // SoilTypeNo
-    int flowRateNo = 0;     // FlowRateNo, 1..5
+    int flowRateNo = 0;     // FlowRateNo, 1..number of flow rates
     double initialHead = 0; // m: -3, -6 or -10
     builder::Emitter emitter = builder::Emitter::Surface;
 };
 
+// What every soil is computed for: each flow rate, initial head and emitter
+// position, with fronts at every whole hour 1..hours.
+struct TrickleSweep
+{
+    std::vector<double> flowRates;    // L/h, FlowRateNo order
+    int hours = 24;
+    std::vector<double> initialHeads; // m
+    double frontThreshold = 0.1;      // fraction of (theta_s - initial theta)
+};
+
 struct TrickleBuildOptions
 {
-    QString soilsPath;
+    QString soilsPath;            // the soils to compute; may be empty with basePath and dropSoils
     QString outPath;
+    // A finished database to build on: its soils and rows are kept as they are,
+    // the catalogue's soils are computed for its sweep and added, and dropSoils
+    // are removed. The sweep options below must then be left unset.
+    QString basePath;
+    std::vector<int> dropSoils;   // SoilTypeNo of the base's soils to leave out
     int threads = 0;              // 0: one per core
-    double frontThreshold = 0.1;  // fraction of (theta_s - initial theta)
+    std::optional<double> frontThreshold;          // default 0.1
+    std::optional<std::vector<double>> flowRates;  // L/h; default 0.5, 1, 2, 4, 8
+    std::optional<int> hours;                      // 1..72; default 24
     std::vector<TrickleBuildCase> only; // empty: the whole sweep
     bool force = false;           // replace an existing output file
     bool keepGoing = false;       // after a failed case, run the others and list every failure
     QString buildDate;            // recorded in BuildInfo as given
     QString solverSettings;       // description of the solver's settings, recorded in BuildInfo
-    int hours = 24;
 };
 
 struct TrickleBuildSummary
 {
-    int cases = 0;
+    int cases = 0; // cases computed by this build
     int threads = 0;
     double wallSeconds = 0;
-    double largestMassBalanceError = 0;
+    double largestMassBalanceError = 0; // over every case of the database written
     QString largestMassBalanceCase;
     double cheapestSeconds = 0;
     QString cheapestCase;
@@ -44,10 +61,13 @@ struct TrickleBuildSummary
 
 // The database build: reads the soil catalogue, runs every case of the sweep (or
 // the chosen ones) on a pool of threads, one simulation per thread, and writes the
-// database. The database is written to a temporary file beside the output and
-// renamed only when complete, so a failed or interrupted build never leaves a
-// partial database under the output name; the temporary file is removed on failure.
-// The solver is passed in as `Runner`, so this class does not depend on it.
+// database. Given a base database, it copies the base and adds the catalogue's
+// soils, computed for the base's sweep, and/or drops soils from it. The database is
+// written to a temporary file beside the output and renamed only when complete, so
+// a failed or interrupted build never leaves a partial database under the output
+// name, and a base that the output replaces stays as it was until that rename; the
+// temporary file is removed on failure. The solver is passed in as `Runner`, so
+// this class does not depend on it.
 class TrickleBuild
 {
 public:
@@ -62,13 +82,17 @@ public:
     // Throws UlvexError on any failure (see TrickleBuildErrors).
     TrickleBuildSummary run();
 
-    static const std::vector<double> &flowRates();    // L/h, FlowRateNo order
-    static const std::vector<double> &initialHeads(); // m
-    // "SOIL,FLOW,IC,EMITTER", e.g. "4,5,10,buried": SoilTypeNo, FlowRateNo (1..5),
-    // initial suction in metres (3, 6 or 10; -3 etc. also accepted) and
-    // "surface" or "buried" (or s / b).
+    static const std::vector<double> &defaultFlowRates(); // L/h, FlowRateNo order
+    static const std::vector<double> &initialHeads();     // m
+    static constexpr int kDefaultHours = 24;
+    static constexpr int kMaxHours = 72;
+    // "SOIL,FLOW,IC,EMITTER", e.g. "4,5,10,buried": SoilTypeNo, FlowRateNo (its
+    // range is checked by run(), against the flow rates of the build), initial
+    // suction in metres (3, 6 or 10; -3 etc. also accepted) and "surface" or
+    // "buried" (or s / b).
     static TrickleBuildCase parseCase(const QString &text);
-    static QString caseName(const TrickleBuildCase &c, const QString &soilName = QString());
+    static QString caseName(const TrickleBuildCase &c, const std::vector<double> &flowRates,
+                            const QString &soilName = QString());
     // The build date recorded in BuildInfo: `given` when not empty, else the time
     // in SOURCE_DATE_EPOCH when set (reproducible builds), else now; ISO 8601 UTC.
     static QString buildDate(const QString &given);
@@ -78,6 +102,8 @@ public:
     static void installInterruptCleanup();
 
 private:
+    void checkOptions() const;
+
     TrickleBuildOptions m_options;
     Runner m_runner;
     Log m_log;

@@ -11,6 +11,7 @@ enum : int {
     Database = 3004,      // SQLite refused something while writing
     CaseFailed = 3005,    // a simulation failed or a front reached the domain's edge
     FileSystem = 3006,    // temporary file or rename failed
+    Base = 3007,          // the database to build on (--base) is missing, not a database or lacks a table
 };
 
 } // namespace TrickleBuildErrors

@@ -1,6 +1,7 @@
 // trickle-build: computes the wetting fronts of the whole sweep (every soil of
 // the catalogue, flow rate, initial water content and emitter position) and
-// writes them to the SQLite database that the Ulvex program reads.
+// writes them to the SQLite database that the Ulvex program reads; or adds soils
+// to such a database, or drops soils from it.
 
 #include "builder/TrickleBuild.h"
 #include "builder/TrickleBuildErrors.h"
@@ -32,8 +33,11 @@ int main(int argc, char *argv[])
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
         "Computes the wetting fronts around a drip emitter for every soil of the catalogue,\n"
-        "flow rate (0.5, 1, 2, 4, 8 L/h), initial pressure head (-3, -6, -10 m) and emitter\n"
-        "position (surface, buried), and writes them to a new SQLite database.\n"
+        "flow rate (--flows, default 0.5, 1, 2, 4, 8 L/h), initial pressure head (-3, -6, -10 m)\n"
+        "and emitter position (surface, buried), at every hour up to --hours (default 24),\n"
+        "and writes them to a new SQLite database.\n"
+        "With --base, the catalogue's soils are computed for the sweep of that database and\n"
+        "added to a copy of it; --drop-soil leaves soils of the base out.\n"
         "The build date stored in the database is --build-date, else SOURCE_DATE_EPOCH\n"
         "when set, else the current time."));
     parser.addHelpOption();
@@ -46,7 +50,7 @@ int main(int argc, char *argv[])
                                           QStringLiteral("Front: water content above the initial one by F x (theta_s - initial theta); default 0.1."),
                                           QStringLiteral("F"));
     const QCommandLineOption onlyOpt(QStringLiteral("only"),
-                                     QStringLiteral("Build only this case (may be repeated): SoilTypeNo, FlowRateNo 1-5, "
+                                     QStringLiteral("Build only this case (may be repeated): SoilTypeNo, FlowRateNo (1 for the first flow rate), "
                                                     "initial suction 3, 6 or 10 m, surface or buried; e.g. 4,5,10,buried."),
                                      QStringLiteral("SOIL,FLOW,IC,EMITTER"));
     const QCommandLineOption keepGoingOpt(QStringLiteral("keep-going"),
@@ -54,15 +58,29 @@ int main(int argc, char *argv[])
     const QCommandLineOption forceOpt(QStringLiteral("force"), QStringLiteral("Replace the output file if it exists."));
     const QCommandLineOption dateOpt(QStringLiteral("build-date"), QStringLiteral("Build date to record (for reproducible files)."),
                                      QStringLiteral("text"));
-    parser.addOptions({soilsOpt, outOpt, threadsOpt, thresholdOpt, onlyOpt, keepGoingOpt, forceOpt, dateOpt});
+    const QCommandLineOption flowsOpt(QStringLiteral("flows"),
+                                      QStringLiteral("Flow rates in litres per hour, positive and increasing (default 0.5,1,2,4,8)."),
+                                      QStringLiteral("Q1,Q2,..."));
+    const QCommandLineOption hoursOpt(QStringLiteral("hours"), QStringLiteral("Hours to simulate, 1 to 72 (default 24)."),
+                                      QStringLiteral("N"));
+    const QCommandLineOption baseOpt(QStringLiteral("base"),
+                                     QStringLiteral("Database to build on: its soils and rows are kept, the catalogue's soils are "
+                                                    "computed for its sweep and added."),
+                                     QStringLiteral("file"));
+    const QCommandLineOption dropOpt(QStringLiteral("drop-soil"),
+                                     QStringLiteral("With --base: leave out this SoilTypeNo of the base (may be repeated)."),
+                                     QStringLiteral("N"));
+    parser.addOptions({soilsOpt, outOpt, baseOpt, dropOpt, flowsOpt, hoursOpt, threadsOpt, thresholdOpt, onlyOpt, keepGoingOpt,
+                       forceOpt, dateOpt});
     parser.process(app);
 
     if (!parser.positionalArguments().isEmpty()) {
         complain(QStringLiteral("unexpected argument \"%1\"; see --help").arg(parser.positionalArguments().first()));
         return 2;
     }
-    if (!parser.isSet(soilsOpt) || !parser.isSet(outOpt)) {
-        complain(QStringLiteral("both --soils and --out are needed; see --help"));
+    const bool dropOnly = parser.isSet(baseOpt) && parser.isSet(dropOpt);
+    if ((!parser.isSet(soilsOpt) && !dropOnly) || !parser.isSet(outOpt)) {
+        complain(QStringLiteral("both --soils and --out are needed (or --base, --drop-soil and --out); see --help"));
         return 2;
     }
 
@@ -86,6 +104,31 @@ int main(int argc, char *argv[])
             if (!ok)
                 throw UlvexError(TrickleBuildErrors::Usage,
                                  QStringLiteral("--front-threshold \"%1\" is not a number").arg(parser.value(thresholdOpt)));
+        }
+        options.basePath = parser.value(baseOpt);
+        for (const QString &n : parser.values(dropOpt)) {
+            bool ok = false;
+            options.dropSoils.push_back(n.toInt(&ok));
+            if (!ok || options.dropSoils.back() < 1)
+                throw UlvexError(TrickleBuildErrors::Usage, QStringLiteral("--drop-soil \"%1\" is not a SoilTypeNo").arg(n));
+        }
+        if (parser.isSet(hoursOpt)) {
+            bool ok = false;
+            options.hours = parser.value(hoursOpt).toInt(&ok);
+            if (!ok)
+                throw UlvexError(TrickleBuildErrors::Usage,
+                                 QStringLiteral("--hours \"%1\" is not a whole number of hours").arg(parser.value(hoursOpt)));
+        }
+        if (parser.isSet(flowsOpt)) {
+            std::vector<double> flows;
+            for (const QString &q : parser.value(flowsOpt).split(QLatin1Char(','))) {
+                bool ok = false;
+                flows.push_back(QLocale::c().toDouble(q.trimmed(), &ok));
+                if (!ok)
+                    throw UlvexError(TrickleBuildErrors::Usage,
+                                     QStringLiteral("--flows \"%1\": \"%2\" is not a number of litres per hour").arg(parser.value(flowsOpt), q));
+            }
+            options.flowRates = flows;
         }
         for (const QString &only : parser.values(onlyOpt))
             options.only.push_back(TrickleBuild::parseCase(only));

@@ -81,11 +81,44 @@ public:
     {
         return value(QStringLiteral("SELECT value FROM BuildInfo WHERE key = '%1'").arg(key)).toString();
     }
+    // Every row of `table` (those matching `where` when given), in the order of all its columns.
+    QList<QVariantList> allRows(const QString &table, const QString &where = QString()) const
+    {
+        QStringList order;
+        for (int i = 1; i <= columns(table).size(); ++i)
+            order << QString::number(i);
+        return rows(QStringLiteral("SELECT * FROM \"%1\"%2 ORDER BY %3")
+                        .arg(table, where.isEmpty() ? QString() : QStringLiteral(" WHERE ") + where, order.join(QLatin1Char(','))));
+    }
 
 private:
     QString m_name;
     bool m_ok = false;
 };
+
+// Runs the statements on the database `path`, writing (to spoil a database on
+// purpose); true when every one succeeded.
+inline bool execSql(const QString &path, const QStringList &statements)
+{
+    static std::atomic<int> counter{0};
+    const QString name = QStringLiteral("toolwrite%1").arg(counter++);
+    bool ok = false;
+    {
+        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
+        db.setDatabaseName(path);
+        ok = db.open();
+        for (const QString &sql : statements) {
+            QSqlQuery q(db);
+            if (ok && !q.exec(sql)) {
+                qWarning("statement failed: %s: %s", qPrintable(sql), qPrintable(q.lastError().text()));
+                ok = false;
+            }
+        }
+        db.close();
+    }
+    QSqlDatabase::removeDatabase(name);
+    return ok;
+}
 
 inline QByteArray fileBytes(const QString &path)
 {

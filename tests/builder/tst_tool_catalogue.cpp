@@ -1,5 +1,6 @@
 // The soil catalogue of trickle-build: the shipped file reads as the twelve USDA
-// classes in SI units, and every kind of bad line is refused with its line number.
+// classes in SI units, a catalogue without SoilTypeNo is numbered in file order,
+// and every kind of bad line is refused with its line number.
 
 #include "builder/SoilCatalogue.h"
 #include "builder/TrickleBuildErrors.h"
@@ -89,6 +90,49 @@ private slots:
         QCOMPARE(int(cat.soils().size()), 3);
         QCOMPARE(cat.soils()[1].number, 2);
         QCOMPARE(QString::fromStdString(cat.soils()[2].name), QStringLiteral("Loam"));
+    }
+
+    void withoutSoilTypeNo()
+    {
+        // Numbered in the order of the file; renumbered after a database's last soil.
+        const QString text = QStringLiteral(
+            "Name,Texture,Clay (%),Soil Classification,theta_r,theta_s,alpha (1/cm),n,Ks (cm/day)\n"
+            "Silt,medium,6,USDA silt,0.034,0.46,0.016,1.37,6.0\n"
+            "\n"
+            "Sand,coarse,3,USDA sand,0.045,0.43,0.145,2.68,712.8\n");
+        SoilCatalogue cat = SoilCatalogue::fromText(text, QStringLiteral("u.csv"));
+        QVERIFY(!cat.hasSoilTypeNo());
+        QCOMPARE(int(cat.soils().size()), 2);
+        QCOMPARE(cat.soils()[0].number, 1);
+        QCOMPARE(QString::fromStdString(cat.soils()[0].name), QStringLiteral("Silt"));
+        QCOMPARE(cat.soils()[1].number, 2);
+        QCOMPARE(cat.lineOf(2), 4);
+        cat.renumberFrom(13);
+        QCOMPARE(cat.soils()[0].number, 13);
+        QCOMPARE(QString::fromStdString(cat.soils()[1].name), QStringLiteral("Sand"));
+        QCOMPARE(cat.lineOf(14), 4);
+        QCOMPARE(cat.lineOf(1), 0);
+        const UlvexError e = cat.lineError(14, QStringLiteral("a reason"));
+        QCOMPARE(e.number(), int(TrickleBuildErrors::Catalogue));
+        QCOMPARE(e.description(), QStringLiteral("u.csv line 4: a reason"));
+
+        // A repeated name is still refused with its line.
+        try {
+            SoilCatalogue::fromText(text + QStringLiteral("SILT,medium,6,USDA silt,0.034,0.46,0.016,1.37,6.0\n"), QStringLiteral("u.csv"));
+            QFAIL("a repeated name was accepted");
+        } catch (const UlvexError &e) {
+            QVERIFY2(e.description().startsWith(QStringLiteral("u.csv line 5: the Name \"SILT\" was already given on line 2")),
+                     qPrintable(e.description()));
+        }
+
+        // Soils with their own numbers keep them, and their lines are known.
+        SoilCatalogue numbered = SoilCatalogue::fromText(
+            catalogueWith({QStringLiteral("7,Loam,medium,20,USDA loam,0.078,0.43,0.036,1.56,24.96")}), QStringLiteral("n.csv"));
+        QVERIFY(numbered.hasSoilTypeNo());
+        QCOMPARE(numbered.lineOf(7), 4);
+        QCOMPARE(numbered.lineOf(1), 3);
+        QVERIFY_THROWS_EXCEPTION(UlvexError, numbered.renumberFrom(13));
+        QCOMPARE(numbered.soils()[1].number, 7);
     }
 
     void badLine_data()

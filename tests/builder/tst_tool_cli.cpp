@@ -1,11 +1,14 @@
 // The trickle-build command line, run as a program with the real solver:
 // usage errors, refusing to overwrite, bad catalogue lines, an interrupted build
-// leaving nothing behind, and a one-case build that gives the same bytes twice.
+// leaving nothing behind, a one-case build that gives the same bytes twice, and
+// builds on a base: a soil added to a base holds the rows of the same soil built
+// alone, a bad base is named, an interrupted build leaves the base as it was.
 
 #include "ToolTestSupport.h"
 
 #include <QDir>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -48,13 +51,88 @@ QStringList entries(const QString &dir)
     return QDir(dir).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
 }
 
+// A catalogue at `path` holding the shipped catalogue's soils of the given numbers.
+bool writeShippedSoils(const QString &path, const QList<int> &soils)
+{
+    QByteArray out;
+    bool header = false;
+    for (const QByteArray &line : fileBytes(kSoils).split('\n')) {
+        if (line.startsWith('#') || line.trimmed().isEmpty())
+            continue;
+        if (!header || soils.contains(line.left(line.indexOf(',')).toInt()))
+            out += line + '\n';
+        header = true;
+    }
+    return writeFileBytes(path, out);
+}
+
+void addSignalRows()
+{
+    QTest::addColumn<int>("sig");
+    QTest::newRow("SIGINT") << int(SIGINT);
+    QTest::newRow("SIGTERM") << int(SIGTERM);
+}
+
+// Starts the tool, waits until it has its temporary file beside the output
+// `dir`/`outName` (it is computing then), checks that nothing but that file and
+// SQLite's journal beside it has appeared, stops the tool with `sig` and checks
+// that the folder holds again what it held before.
+void stopWhileComputing(const QStringList &args, const QString &dir, const QString &outName, int sig)
+{
+    const QStringList before = entries(dir);
+    const QString prefix = QLatin1Char('.') + outName + QLatin1Char('.');
+    auto added = [&]() {
+        QStringList e = entries(dir);
+        for (const QString &b : before)
+            e.removeAll(b);
+        return e;
+    };
+    QProcess p;
+    p.start(kTool, args);
+    QVERIFY(p.waitForStarted());
+    QElapsedTimer t;
+    t.start();
+    while (added().isEmpty() && t.elapsed() < 10000)
+        QTest::qWait(20);
+    // Only the temporary file (and SQLite's journal beside it), never the output name.
+    const QStringList during = added();
+    QVERIFY(!during.isEmpty());
+    QVERIFY2(during.first().endsWith(QStringLiteral(".part")), qPrintable(during.join(QLatin1Char(' '))));
+    for (const QString &e : during)
+        QVERIFY2(e.startsWith(prefix), qPrintable(e));
+    QTest::qWait(300);
+    QCOMPARE(p.state(), QProcess::Running);
+    QCOMPARE(::kill(pid_t(p.processId()), sig), 0);
+    QVERIFY(p.waitForFinished(10000));
+    QCOMPARE(p.exitStatus(), QProcess::CrashExit); // ended by the signal, as a user expects
+    QCOMPARE(entries(dir), before);
+}
+
+// The sweep of the real-solver tests on a base: two hours, two flow rates.
+const QStringList kTinySweep = {"--hours", "2", "--flows", "0.5,1"};
+// Two of the cheapest soils for that sweep: the base holds loam, silt loam is added.
+constexpr int kBaseSoil = 4;
+constexpr int kAddedSoil = 6;
+
 } // namespace
 
 class TstToolCli : public QObject
 {
     Q_OBJECT
 
+    QTemporaryDir m_shared;
+    QString m_base; // loam over the tiny sweep, built once with the real solver
+
 private slots:
+    void initTestCase()
+    {
+        const QString soils = m_shared.filePath(QStringLiteral("loam.csv"));
+        QVERIFY(writeShippedSoils(soils, {kBaseSoil}));
+        m_base = m_shared.filePath(QStringLiteral("base.db"));
+        const Run r = runTool(QStringList{"--soils", soils, "--out", m_base, "--build-date", "2026-05-05"} + kTinySweep);
+        QVERIFY2(r.exitCode == 0, qPrintable(r.err));
+    }
+
     void usageErrors_data()
     {
         QTest::addColumn<QStringList>("args");
@@ -70,6 +148,29 @@ private slots:
                                        << QStringLiteral("the front threshold 1.5 must lie between 0 and 1");
         QTest::newRow("unknown soil") << QStringList({"--soils", kSoils, "--out", "x.db", "--only", "13,1,3,surface"})
                                       << QStringLiteral("has no SoilTypeNo 13");
+        QTest::newRow("flow beyond the list") << QStringList({"--soils", kSoils, "--out", "x.db", "--flows", "1,2", "--only", "1,3,3,surface"})
+                                              << QStringLiteral("FLOW must be a FlowRateNo from 1 (1 L/h) to 2 (2 L/h)");
+        QTest::newRow("0 hours") << QStringList({"--soils", kSoils, "--out", "x.db", "--hours", "0"})
+                                 << QStringLiteral("--hours 0: the number of hours must be a whole number from 1 to 72");
+        QTest::newRow("73 hours") << QStringList({"--soils", kSoils, "--out", "x.db", "--hours", "73"})
+                                  << QStringLiteral("--hours 73: the number of hours must be a whole number from 1 to 72");
+        QTest::newRow("hours not whole") << QStringList({"--soils", kSoils, "--out", "x.db", "--hours", "2.5"})
+                                         << QStringLiteral("--hours \"2.5\" is not a whole number of hours");
+        QTest::newRow("flows not numbers") << QStringList({"--soils", kSoils, "--out", "x.db", "--flows", "0.5,fast"})
+                                           << QStringLiteral("--flows \"0.5,fast\": \"fast\" is not a number of litres per hour");
+        QTest::newRow("flows decreasing") << QStringList({"--soils", kSoils, "--out", "x.db", "--flows", "2,1"})
+                                          << QStringLiteral("--flows 2,1: the flow rates must be positive and strictly increasing");
+        QTest::newRow("flows with base") << QStringList({"--soils", kSoils, "--base", "b.db", "--out", "x.db", "--flows", "0.5,1"})
+                                         << QStringLiteral("--flows cannot be used with --base");
+        QTest::newRow("hours with base") << QStringList({"--soils", kSoils, "--base", "b.db", "--out", "x.db", "--hours", "24"})
+                                         << QStringLiteral("--hours cannot be used with --base");
+        QTest::newRow("threshold with base") << QStringList({"--soils", kSoils, "--base", "b.db", "--out", "x.db", "--front-threshold", "0.1"})
+                                             << QStringLiteral("--front-threshold cannot be used with --base");
+        QTest::newRow("drop without base") << QStringList({"--soils", kSoils, "--out", "x.db", "--drop-soil", "3"})
+                                           << QStringLiteral("--drop-soil needs --base");
+        QTest::newRow("bad drop") << QStringList({"--base", "b.db", "--out", "x.db", "--drop-soil", "loam"})
+                                  << QStringLiteral("--drop-soil \"loam\" is not a SoilTypeNo");
+        QTest::newRow("base alone") << QStringList({"--base", "b.db", "--out", "x.db"}) << QStringLiteral("both --soils and --out are needed");
     }
 
     void usageErrors()
@@ -118,38 +219,132 @@ private slots:
         QCOMPARE(entries(dir.path()), QStringList{QStringLiteral("trickle.db")});
     }
 
-    void interruptedBuildLeavesNothing_data()
+    void addedRowsEqualAStandaloneBuild()
     {
-        QTest::addColumn<int>("sig");
-        QTest::newRow("SIGINT") << int(SIGINT);
-        QTest::newRow("SIGTERM") << int(SIGTERM);
+        // Silt loam added to the loam base, and silt loam built alone over the same
+        // sweep, at the same time (one process per core): its rows must be the same.
+        QTemporaryDir dir;
+        const QString soils = dir.filePath(QStringLiteral("siltloam.csv"));
+        QVERIFY(writeShippedSoils(soils, {kAddedSoil}));
+        const QString added = dir.filePath(QStringLiteral("added.db")), alone = dir.filePath(QStringLiteral("alone.db"));
+        const QByteArray baseBytes = fileBytes(m_base);
+        QProcess pa, pb;
+        pa.start(kTool, {"--soils", soils, "--base", m_base, "--out", added, "--threads", "1", "--build-date", "2026-06-06"});
+        pb.start(kTool, QStringList{"--soils", soils, "--out", alone, "--threads", "1"} + kTinySweep);
+        QVERIFY(pa.waitForFinished(55000));
+        QVERIFY(pb.waitForFinished(55000));
+        const QString errA = QString::fromLocal8Bit(pa.readAllStandardError());
+        QVERIFY2(pa.exitStatus() == QProcess::NormalExit && pa.exitCode() == 0, qPrintable(errA));
+        QVERIFY2(pb.exitStatus() == QProcess::NormalExit && pb.exitCode() == 0, qPrintable(pb.readAllStandardError()));
+        QCOMPARE(fileBytes(m_base), baseBytes);
+        // Progress in the usual form: cases done of all, elapsed, time left.
+        const QRegularExpression progress(QStringLiteral("^\\[ *(\\d+)/12\\] soil 6 \\(Silt Loam\\), [0-9.]+ L/h, -\\d+ m, (surface|buried): "
+                                                         "[0-9.]+ s, mass balance \\S+ %; elapsed \\d+:\\d\\d, about \\d+:\\d\\d left$"),
+                                          QRegularExpression::MultilineOption);
+        int lines = 0;
+        for (auto it = progress.globalMatch(errA); it.hasNext(); it.next())
+            ++lines;
+        QVERIFY2(lines == 12, qPrintable(errA));
+
+        ToolDb a(added), b(alone), base(m_base);
+        QVERIFY(a.ok() && b.ok() && base.ok());
+        const QString soil = QStringLiteral("SoilType = %1").arg(kAddedSoil);
+        for (const char *t : {"SurfaceData-c3", "SurfaceData-c6", "SurfaceData-c", "BuriedData-c3", "BuriedData-c6", "BuriedData-c", "CaseInfo"}) {
+            const QString table = QString::fromLatin1(t);
+            const auto rows = a.allRows(table, soil);
+            QVERIFY2(!rows.isEmpty(), t);
+            QVERIFY2(rows == b.allRows(table), t);
+        }
+        QCOMPARE(a.value(QStringLiteral("SELECT count(*) FROM [SurfaceData-c]")).toInt(), 2 * 2 * 2);
+        // The export rows, but for their IDs, which continue the base's.
+        for (const char *t : {"SurfaceData", "BuriedData"}) {
+            const QString cols = QString::fromLatin1(t) == QLatin1String("SurfaceData") ? QStringLiteral("SoilType, FlowRate, Time, z, r")
+                                                                                        : QStringLiteral("SoilType, FlowRate, Time, r, zplus, zminus");
+            const auto rows = a.rows(QStringLiteral("SELECT %1 FROM %2 WHERE %3 ORDER BY ID").arg(cols, QLatin1String(t), soil));
+            QCOMPARE(rows.size(), 4);
+            QVERIFY2(rows == b.rows(QStringLiteral("SELECT %1 FROM %2 ORDER BY ID").arg(cols, QLatin1String(t))), t);
+            QCOMPARE(a.value(QStringLiteral("SELECT min(ID) FROM %1 WHERE %2").arg(QLatin1String(t), soil)).toInt(), 5);
+        }
+        QCOMPARE(a.rows(QStringLiteral("SELECT * FROM SoilTypeData WHERE SoilTypeNo = 6")), b.allRows(QStringLiteral("SoilTypeData")));
+        // The base's rows are there unchanged.
+        for (const QString &t : base.tables()) {
+            QString where;
+            if (t == QLatin1String("SoilTypeData"))
+                where = QStringLiteral("SoilTypeNo = %1").arg(kBaseSoil);
+            else if (base.columns(t).contains(QStringLiteral("SoilType INTEGER")))
+                where = QStringLiteral("SoilType = %1").arg(kBaseSoil);
+            if (t != QLatin1String("BuildInfo"))
+                QVERIFY2(a.allRows(t, where) == base.allRows(t), qPrintable(t));
+        }
+        QCOMPARE(a.buildInfo(QStringLiteral("cases")), QStringLiteral("24"));
+        QCOMPARE(a.buildInfo(QStringLiteral("build_date")), QStringLiteral("2026-06-06"));
+        QCOMPARE(a.buildInfo(QStringLiteral("origin_build_date")), QStringLiteral("2026-05-05"));
+        QCOMPARE(a.buildInfo(QStringLiteral("added_catalogues")), QStringLiteral("siltloam.csv (2026-06-06)"));
+        QCOMPARE(a.buildInfo(QStringLiteral("added_soil_6")), QStringLiteral("2026-06-06"));
+        QCOMPARE(entries(dir.path()), QStringList({"added.db", "alone.db", "siltloam.csv"}));
+
+        // And dropped again: the base's rows and nothing else.
+        const Run r = runTool({"--base", added, "--drop-soil", "6", "--out", added, "--force"});
+        QVERIFY2(r.exitCode == 0, qPrintable(r.err));
+        ToolDb c(added);
+        QCOMPARE(c.value(QStringLiteral("SELECT count(*) FROM CaseInfo WHERE SoilType = 6")).toInt(), 0);
+        QCOMPARE(c.allRows(QStringLiteral("SurfaceData-c6")), base.allRows(QStringLiteral("SurfaceData-c6")));
+        QVERIFY2(c.buildInfo(QStringLiteral("dropped_soils")).startsWith(QStringLiteral("6 Silt Loam (")), qPrintable(c.buildInfo(QStringLiteral("dropped_soils"))));
+        QCOMPARE(entries(dir.path()), QStringList({"added.db", "alone.db", "siltloam.csv"}));
     }
+
+    void badBaseNamesTheFile_data()
+    {
+        QTest::addColumn<QByteArray>("contents"); // empty: no file at all
+        QTest::addColumn<QString>("message");
+        QTest::newRow("missing") << QByteArray() << QStringLiteral("does not exist");
+        QTest::newRow("not a database") << QByteArray("not a database at all, just text\n") << QStringLiteral("is not an SQLite database");
+    }
+
+    void badBaseNamesTheFile()
+    {
+        QFETCH(QByteArray, contents);
+        QFETCH(QString, message);
+        QTemporaryDir dir;
+        const QString base = dir.filePath(QStringLiteral("user.db"));
+        if (!contents.isEmpty())
+            QVERIFY(writeFileBytes(base, contents));
+        const QStringList before = entries(dir.path());
+        const Run r = runTool({"--soils", kSoils, "--base", base, "--out", base, "--force"});
+        QCOMPARE(r.exitCode, 1);
+        QVERIFY2(r.err.contains(QStringLiteral("the base database %1 %2").arg(base, message)), qPrintable(r.err));
+        QCOMPARE(entries(dir.path()), before);
+        if (!contents.isEmpty())
+            QCOMPARE(fileBytes(base), contents);
+    }
+
+    void interruptedAddKeepsTheBase_data() { addSignalRows(); }
+
+    void interruptedAddKeepsTheBase()
+    {
+        // The viewer's way: the output replaces the base. Stopped while computing,
+        // the base stays as it was and nothing else is left.
+        QFETCH(int, sig);
+        QTemporaryDir dir;
+        const QString base = dir.filePath(QStringLiteral("trickle.db"));
+        const QByteArray baseBytes = fileBytes(m_base);
+        QVERIFY(writeFileBytes(base, baseBytes));
+        const QString soils = m_shared.filePath(QStringLiteral("others.csv"));
+        QVERIFY(writeShippedSoils(soils, {1, 2, 3, 5, 6, 7, 8, 9, 10, 11, 12}));
+        stopWhileComputing({"--soils", soils, "--base", base, "--out", base, "--force", "--threads", "1"}, dir.path(),
+                           QStringLiteral("trickle.db"), sig);
+        QCOMPARE(fileBytes(base), baseBytes);
+    }
+
+    void interruptedBuildLeavesNothing_data() { addSignalRows(); }
 
     void interruptedBuildLeavesNothing()
     {
         QFETCH(int, sig);
         QTemporaryDir dir;
-        const QString out = dir.filePath(QStringLiteral("trickle.db"));
-        QProcess p;
-        p.start(kTool, {"--soils", kSoils, "--out", out, "--threads", "1"}); // the whole sweep: far from done when stopped
-        QVERIFY(p.waitForStarted());
-        // Wait until the build has its temporary file, i.e. it is computing.
-        QElapsedTimer t;
-        t.start();
-        while (entries(dir.path()).isEmpty() && t.elapsed() < 10000)
-            QTest::qWait(20);
-        // Only the temporary file (and SQLite's journal beside it), never the output name.
-        const QStringList during = entries(dir.path());
-        QVERIFY(!during.isEmpty());
-        QVERIFY2(during.first().startsWith(QStringLiteral(".trickle.db.")) && during.first().endsWith(QStringLiteral(".part")),
-                 qPrintable(during.join(QLatin1Char(' '))));
-        for (const QString &e : during)
-            QVERIFY2(e.startsWith(QStringLiteral(".trickle.db.")), qPrintable(e));
-        QTest::qWait(300);
-        QCOMPARE(p.state(), QProcess::Running);
-        QCOMPARE(::kill(pid_t(p.processId()), sig), 0);
-        QVERIFY(p.waitForFinished(10000));
-        QCOMPARE(p.exitStatus(), QProcess::CrashExit); // ended by the signal, as a user expects
+        // The whole sweep: far from done when stopped.
+        stopWhileComputing({"--soils", kSoils, "--out", dir.filePath(QStringLiteral("trickle.db")), "--threads", "1"}, dir.path(),
+                           QStringLiteral("trickle.db"), sig);
         QCOMPARE(entries(dir.path()), QStringList());
     }
 

@@ -1,8 +1,9 @@
 // The build driver and the database writer of trickle-build, run with a test
 // double in place of the solver (so that these tests are fast and their expected
-// rows known): table layout, --only, refusing to overwrite, no partial file after
-// a failed case, byte-identical output.
+// rows known): table layout, --only, the flow rates and hours of the sweep,
+// refusing to overwrite, no partial file after a failed case, byte-identical output.
 
+#include "StandInSolver.h"
 #include "ToolTestSupport.h"
 
 #include "builder/DatabaseWriter.h"
@@ -26,29 +27,11 @@ using builder::CaseResult;
 using builder::CaseSpec;
 using builder::Emitter;
 
-// Deterministic stand-in for the solver: every number depends on the case, and
-// r, down and up differ, so a swapped column shows.
-CaseResult fakeRun(const CaseSpec &s)
-{
-    CaseResult r;
-    const double k = 0.001 * s.soil.number + 0.0001 * s.flowLitresPerHour - 0.00001 * s.initialHead;
-    for (int h = 1; h <= s.hours; ++h) {
-        builder::FrontRow f;
-        f.hour = h;
-        f.r = 0.01 * h + k;
-        f.down = 0.02 * h + k;
-        f.up = s.emitter == Emitter::Buried ? 0.005 * h + k : 0.0;
-        r.fronts.push_back(f);
-    }
-    r.massBalanceError = 1e-4 * s.soil.number + 1e-5 * s.flowLitresPerHour - 1e-6 * s.initialHead
-                       + (s.emitter == Emitter::Buried ? 1e-7 : 0.0);
-    r.timeSteps = 100 + s.soil.number;
-    return r;
-}
+CaseResult fakeRun(const CaseSpec &s) { return standInRun(s); }
 
 double fakeK(int soil, int flowNo, double head)
 {
-    return 0.001 * soil + 0.0001 * TrickleBuild::flowRates()[size_t(flowNo - 1)] - 0.00001 * head;
+    return standInK(soil, TrickleBuild::defaultFlowRates()[size_t(flowNo - 1)], head);
 }
 
 const QString kSoils = QStringLiteral(ULVEX_SOURCE_DIR "/assets/soils.csv");
@@ -66,9 +49,7 @@ TrickleBuildOptions optionsFor(const QString &out)
 
 TrickleBuildSummary build(const TrickleBuildOptions &o, TrickleBuild::Runner runner = fakeRun)
 {
-    TrickleBuild b(o, std::move(runner));
-    b.setLog([](const QString &) {});
-    return b.run();
+    return standInBuild(o, std::move(runner));
 }
 
 } // namespace
@@ -237,7 +218,7 @@ private slots:
         QCOMPARE(c.flowRateNo, 1);
         QCOMPARE(c.initialHead, -3.0);
         QVERIFY(c.emitter == Emitter::Buried);
-        for (const char *bad : {"1,2,3", "1,2,3,up", "1,6,3,surface", "1,0.5,3,surface", "x,1,3,surface", "1,1,5,surface", "1,1,3,surface,9"}) {
+        for (const char *bad : {"1,2,3", "1,2,3,up", "1,0,3,surface", "1,0.5,3,surface", "x,1,3,surface", "1,1,5,surface", "1,1,3,surface,9"}) {
             try {
                 TrickleBuild::parseCase(QString::fromLatin1(bad));
                 QFAIL(bad);
@@ -256,6 +237,135 @@ private slots:
         QVERIFY(QDir(dir.path()).isEmpty(QDir::Files | QDir::Hidden));
     }
 
+    void onlyRangesOverTheFlowList()
+    {
+        // FLOW 6 is beyond the five standard flow rates, but the sixth of a list of six.
+        QTemporaryDir dir;
+        TrickleBuildOptions o = optionsFor(dir.filePath(QStringLiteral("t.db")));
+        o.only = {TrickleBuild::parseCase(QStringLiteral("2,6,3,surface"))};
+        try {
+            build(o);
+            QFAIL("FlowRateNo 6 of five flow rates was accepted");
+        } catch (const UlvexError &e) {
+            QCOMPARE(e.number(), int(TrickleBuildErrors::Usage));
+            QVERIFY2(e.description().contains(QStringLiteral("FLOW must be a FlowRateNo from 1 (0.5 L/h) to 5 (8 L/h)")), qPrintable(e.description()));
+        }
+        QVERIFY(QDir(dir.path()).isEmpty(QDir::Files | QDir::Hidden));
+        o.flowRates = std::vector<double>{0.5, 1, 2, 4, 8, 16};
+        CaseSpec seen;
+        build(o, [&](const CaseSpec &s) { seen = s; return fakeRun(s); });
+        QCOMPARE(seen.flowLitresPerHour, 16.0);
+        ToolDb db(o.outPath);
+        QCOMPARE(db.rows(QStringLiteral("SELECT DISTINCT SoilType, FlowRate FROM [SurfaceData-c3]")), QList<QVariantList>({{2, 6}}));
+    }
+
+    void sweepFromOptions_data()
+    {
+        QTest::addColumn<QList<double>>("flows");
+        QTest::addColumn<int>("hours");
+        QTest::newRow("eight flow rates") << QList<double>{0.5, 1, 1.6, 2, 3, 4, 6, 8} << 24;
+        QTest::newRow("48 hours") << QList<double>{0.5, 1, 2, 4, 8} << 48;
+        QTest::newRow("72 hours, two flow rates") << QList<double>{0.25, 12.5} << 72;
+    }
+
+    void sweepFromOptions()
+    {
+        QFETCH(QList<double>, flows);
+        QFETCH(int, hours);
+        QTemporaryDir dir;
+        TrickleBuildOptions o = optionsFor(dir.filePath(QStringLiteral("sweep.db")));
+        o.flowRates = std::vector<double>(flows.begin(), flows.end());
+        o.hours = hours;
+        std::mutex mutex;
+        QList<double> seenFlows;
+        QList<int> seenHours;
+        const TrickleBuildSummary sum = build(o, [&](const CaseSpec &s) {
+            std::lock_guard<std::mutex> lock(mutex);
+            seenFlows << s.flowLitresPerHour;
+            seenHours << s.hours;
+            return fakeRun(s);
+        });
+        const int cases = 12 * int(flows.size()) * 6;
+        QCOMPARE(sum.cases, cases);
+        QCOMPARE(seenHours.count(hours), cases);
+        for (double q : flows)
+            QCOMPARE(seenFlows.count(q), 12 * 6);
+
+        ToolDb db(o.outPath);
+        QList<QVariantList> flowRows;
+        for (int i = 0; i < flows.size(); ++i)
+            flowRows << QVariantList{i + 1, flows[i]};
+        QCOMPARE(db.rows(QStringLiteral("SELECT FlowRateNo, FlowRate FROM FlowRateData ORDER BY FlowRateNo")), flowRows);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM TimeData")).toInt(), hours);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM TimeData WHERE ID = Time AND ID BETWEEN 1 AND %1").arg(hours)).toInt(), hours);
+        for (const QString &t : expectedTables()) {
+            if (t.startsWith(QLatin1String("SurfaceData")) || t.startsWith(QLatin1String("BuriedData")))
+                QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM \"%1\"").arg(t)).toInt(), 12 * int(flows.size()) * hours);
+        }
+        QCOMPARE(db.value(QStringLiteral("SELECT max(Time) FROM [BuriedData-c6]")).toInt(), hours);
+        QCOMPARE(db.value(QStringLiteral("SELECT max(FlowRate) FROM SurfaceData")).toInt(), int(flows.size()));
+        // The last flow rate's front at the last hour holds the stand-in's numbers for that flow.
+        QCOMPARE(db.value(QStringLiteral("SELECT r FROM [SurfaceData-c3] WHERE SoilType = 5 AND FlowRate = %1 AND Time = %2")
+                              .arg(flows.size()).arg(hours)).toDouble(),
+                 0.01 * hours + standInK(5, flows.last(), -3.0));
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM CaseInfo")).toInt(), cases);
+        QCOMPARE(db.buildInfo(QStringLiteral("hours")), QString::number(hours));
+        QStringList texts;
+        for (double q : flows)
+            texts << QString::number(q);
+        QCOMPARE(db.buildInfo(QStringLiteral("flow_rates_l_per_h")), texts.join(QLatin1Char(',')));
+        QCOMPARE(db.buildInfo(QStringLiteral("cases")), QString::number(cases));
+    }
+
+    void badSweepIsRefused_data()
+    {
+        QTest::addColumn<QList<double>>("flows"); // empty: the default
+        QTest::addColumn<int>("hours");           // 0 is itself bad; -1: the default
+        QTest::addColumn<QString>("message");
+        QTest::newRow("0 hours") << QList<double>() << 0 << QStringLiteral("--hours 0: the number of hours must be a whole number from 1 to 72");
+        QTest::newRow("73 hours") << QList<double>() << 73 << QStringLiteral("--hours 73: the number of hours must be a whole number from 1 to 72");
+        QTest::newRow("decreasing") << QList<double>{1, 0.5} << -1 << QStringLiteral("--flows 1,0.5: the flow rates must be positive and strictly increasing");
+        QTest::newRow("repeated") << QList<double>{0.5, 1, 1} << -1 << QStringLiteral("--flows 0.5,1,1: the flow rates must be positive");
+        QTest::newRow("zero") << QList<double>{0, 1} << -1 << QStringLiteral("--flows 0,1: the flow rates must be positive");
+        QTest::newRow("negative") << QList<double>{-2} << -1 << QStringLiteral("--flows -2: the flow rates must be positive");
+        QTest::newRow("not a number") << QList<double>{0.5, std::nan("")} << -1 << QStringLiteral("the flow rates must be positive");
+    }
+
+    void badSweepIsRefused()
+    {
+        QFETCH(QList<double>, flows);
+        QFETCH(int, hours);
+        QFETCH(QString, message);
+        QTemporaryDir dir;
+        TrickleBuildOptions o = optionsFor(dir.filePath(QStringLiteral("t.db")));
+        if (!flows.isEmpty())
+            o.flowRates = std::vector<double>(flows.begin(), flows.end());
+        if (hours >= 0)
+            o.hours = hours;
+        expectRefused(o, TrickleBuildErrors::Usage, QString(), message);
+        QVERIFY(QDir(dir.path()).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
+    }
+
+    void catalogueWithoutSoilTypeNo()
+    {
+        // Without the column the soils are numbered from 1 in the order of the file.
+        QTemporaryDir dir;
+        const QString soils = dir.filePath(QStringLiteral("unnumbered.csv"));
+        QVERIFY(writeFileBytes(soils,
+            "Name,Texture,Clay (%),Soil Classification,theta_r,theta_s,alpha (1/cm),n,Ks (cm/day)\n"
+            "Silt,medium,6,USDA silt,0.034,0.46,0.016,1.37,6.0\n"
+            "# a comment between soils\n"
+            "Sand,coarse,3,USDA sand,0.045,0.43,0.145,2.68,712.8\n"));
+        TrickleBuildOptions o = optionsFor(dir.filePath(QStringLiteral("t.db")));
+        o.soilsPath = soils;
+        build(o);
+        ToolDb db(o.outPath);
+        QCOMPARE(db.rows(QStringLiteral("SELECT SoilTypeNo, Name FROM SoilTypeData ORDER BY SoilTypeNo")),
+                 QList<QVariantList>({{1, "Silt"}, {2, "Sand"}}));
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM [BuriedData-c3] WHERE SoilType = 2")).toInt(), 5 * 24);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM CaseInfo")).toInt(), 60);
+    }
+
     void refusesToOverwrite()
     {
         QTemporaryDir dir;
@@ -263,15 +373,8 @@ private slots:
         QVERIFY(writeFileBytes(out, "keep me"));
         TrickleBuildOptions o = optionsFor(out);
         o.only = {TrickleBuild::parseCase(QStringLiteral("1,1,3,surface"))};
-        std::atomic<int> calls{0};
-        try {
-            build(o, [&](const CaseSpec &s) { ++calls; return fakeRun(s); });
-            QFAIL("an existing file was overwritten without --force");
-        } catch (const UlvexError &e) {
-            QCOMPARE(e.number(), int(TrickleBuildErrors::OutputExists));
-            QVERIFY2(e.description().contains(QStringLiteral("--force")), qPrintable(e.description()));
-        }
-        QCOMPARE(calls.load(), 0); // refused before computing anything
+        // Refused before computing anything.
+        expectRefused(o, TrickleBuildErrors::OutputExists, QString(), QStringLiteral("--force"));
         QCOMPARE(fileBytes(out), QByteArray("keep me"));
         QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
 

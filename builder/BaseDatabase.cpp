@@ -1,0 +1,196 @@
+#include "builder/BaseDatabase.h"
+
+#include "builder/DatabaseWriter.h"
+#include "builder/TrickleBuildErrors.h"
+#include "base/UlvexError.h"
+
+#include <QFileInfo>
+#include <QLocale>
+#include <QStringList>
+
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+
+namespace {
+
+QString columnText(sqlite3_stmt *stmt, int column)
+{
+    return QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(stmt, column)));
+}
+
+// Runs `sql` on `db` and calls `each` for every row; false (with `error` set) when
+// SQLite refuses.
+bool forEachRow(sqlite3 *db, const QString &sql, const std::function<void(sqlite3_stmt *)> &each, int &error)
+{
+    sqlite3_stmt *stmt = nullptr;
+    const QByteArray utf8 = sql.toUtf8();
+    error = sqlite3_prepare_v2(db, utf8.constData(), -1, &stmt, nullptr);
+    if (error == SQLITE_OK) {
+        while ((error = sqlite3_step(stmt)) == SQLITE_ROW)
+            each(stmt);
+        if (error == SQLITE_DONE)
+            error = SQLITE_OK;
+    }
+    sqlite3_finalize(stmt);
+    return error == SQLITE_OK;
+}
+
+} // namespace
+
+BaseDatabase::BaseDatabase(const QString &path)
+    : m_path(path)
+{
+    const QFileInfo info(path);
+    if (!info.exists())
+        fail(QStringLiteral("does not exist"));
+    if (info.isDir())
+        fail(QStringLiteral("is a folder, not a database"));
+    if (!info.isFile())
+        fail(QStringLiteral("is not a regular file"));
+    if (!info.isReadable())
+        fail(QStringLiteral("cannot be read (no permission)"));
+
+    // Read-only: the base is never changed, not even when the output replaces it.
+    const QByteArray native = path.toUtf8();
+    if (sqlite3_open_v2(native.constData(), &m_db, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK)
+        fail(QStringLiteral("cannot be opened: %1").arg(m_db ? QString::fromUtf8(sqlite3_errmsg(m_db)) : QStringLiteral("out of memory")));
+    // One read transaction from the first look to the copy.
+    if (sqlite3_exec(m_db, "BEGIN", nullptr, nullptr, nullptr) != SQLITE_OK)
+        fail(QStringLiteral("cannot be read: %1").arg(QString::fromUtf8(sqlite3_errmsg(m_db))));
+    int error = SQLITE_OK;
+    if (!forEachRow(m_db, QStringLiteral("SELECT count(*) FROM sqlite_master"), [](sqlite3_stmt *) {}, error)) {
+        if (error == SQLITE_NOTADB)
+            fail(QStringLiteral("is not an SQLite database"));
+        fail(QStringLiteral("cannot be read: %1").arg(QString::fromUtf8(sqlite3_errmsg(m_db))));
+    }
+    checkLayout();
+    readSweep();
+}
+
+BaseDatabase::~BaseDatabase()
+{
+    if (m_db) {
+        sqlite3_exec(m_db, "ROLLBACK", nullptr, nullptr, nullptr);
+        sqlite3_close(m_db);
+    }
+}
+
+void BaseDatabase::fail(const QString &what) const
+{
+    throw UlvexError(TrickleBuildErrors::Base, QStringLiteral("the base database %1 %2").arg(m_path, what));
+}
+
+void BaseDatabase::checkLayout()
+{
+    // Every table of the layout, with at least its columns (any extra table or
+    // column is carried along untouched).
+    for (const auto &table : DatabaseWriter::layout()) {
+        QStringList present;
+        int error = SQLITE_OK;
+        forEachRow(m_db, QStringLiteral("PRAGMA table_info(\"%1\")").arg(table.first),
+                   [&](sqlite3_stmt *s) { present << columnText(s, 1); }, error);
+        if (present.isEmpty())
+            fail(QStringLiteral("lacks the table %1 (it is not a database written by trickle-build)").arg(table.first));
+        for (const QString &column : table.second) {
+            if (!present.contains(column, Qt::CaseInsensitive))
+                fail(QStringLiteral("lacks the column \"%1\" in the table %2").arg(column, table.first));
+        }
+    }
+}
+
+void BaseDatabase::readSweep()
+{
+    auto read = [&](const QString &sql, const std::function<void(sqlite3_stmt *)> &each) {
+        int error = SQLITE_OK;
+        if (!forEachRow(m_db, sql, each, error))
+            fail(QStringLiteral("cannot be read (%1): %2").arg(sql, QString::fromUtf8(sqlite3_errmsg(m_db))));
+    };
+
+    read(QStringLiteral("SELECT key, value FROM BuildInfo"),
+         [&](sqlite3_stmt *s) { m_buildInfo[columnText(s, 0)] = columnText(s, 1); });
+    for (const char *key : {"build_date", "front_threshold"}) {
+        if (!m_buildInfo.count(QLatin1String(key)))
+            fail(QStringLiteral("has no %1 in BuildInfo").arg(QLatin1String(key)));
+    }
+
+    read(QStringLiteral("SELECT SoilTypeNo, Name FROM SoilTypeData ORDER BY SoilTypeNo"),
+         [&](sqlite3_stmt *s) { m_soils.push_back({sqlite3_column_int(s, 0), columnText(s, 1)}); });
+
+    // The program finds a flow rate and a time by their place in the list, so the
+    // numbers must run 1, 2, 3, ... without a gap.
+    bool numbered = true;
+    read(QStringLiteral("SELECT FlowRateNo, FlowRate FROM FlowRateData ORDER BY FlowRateNo"), [&](sqlite3_stmt *s) {
+        numbered = numbered && sqlite3_column_int(s, 0) == int(m_flowRates.size()) + 1;
+        m_flowRates.push_back(sqlite3_column_double(s, 1));
+    });
+    if (m_flowRates.empty())
+        fail(QStringLiteral("holds no flow rate in FlowRateData"));
+    if (!numbered)
+        fail(QStringLiteral("does not number its flow rates 1, 2, 3, ... in FlowRateData"));
+    for (double q : m_flowRates) {
+        if (!(std::isfinite(q) && q > 0))
+            fail(QStringLiteral("holds the flow rate %1 L/h in FlowRateData; flow rates must be positive").arg(q));
+    }
+    read(QStringLiteral("SELECT ID, Time FROM TimeData ORDER BY ID"), [&](sqlite3_stmt *s) {
+        ++m_hours;
+        numbered = numbered && sqlite3_column_int(s, 0) == m_hours && sqlite3_column_int(s, 1) == m_hours;
+    });
+    if (m_hours == 0 || !numbered)
+        fail(QStringLiteral("does not hold the hours 1, 2, 3, ... in TimeData (row k must hold k hours)"));
+
+    const QLocale c = QLocale::c();
+    bool ok = false;
+    m_frontThreshold = c.toDouble(buildInfo(QStringLiteral("front_threshold")), &ok);
+    if (!ok || !(m_frontThreshold > 0 && m_frontThreshold < 1))
+        fail(QStringLiteral("has the front_threshold \"%1\" in BuildInfo, not a number between 0 and 1").arg(buildInfo(QStringLiteral("front_threshold"))));
+    const QString heads = buildInfo(QStringLiteral("initial_heads_m"));
+    if (!heads.isEmpty()) {
+        for (const QString &h : heads.split(QLatin1Char(','))) {
+            const double head = c.toDouble(h.trimmed(), &ok);
+            if (!ok || (head != -3.0 && head != -6.0 && head != -10.0) || std::count(m_initialHeads.begin(), m_initialHeads.end(), head))
+                fail(QStringLiteral("has the initial_heads_m \"%1\" in BuildInfo; they must be distinct values of -3, -6 and -10").arg(heads));
+            m_initialHeads.push_back(head);
+        }
+    }
+}
+
+const BaseDatabase::Soil *BaseDatabase::findSoil(int soilTypeNo) const
+{
+    for (const auto &s : m_soils) {
+        if (s.number == soilTypeNo)
+            return &s;
+    }
+    return nullptr;
+}
+
+QString BaseDatabase::buildInfo(const QString &key) const
+{
+    const auto it = m_buildInfo.find(key);
+    return it == m_buildInfo.end() ? QString() : it->second;
+}
+
+void BaseDatabase::copyTo(const QString &path)
+{
+    sqlite3 *dest = nullptr;
+    const QByteArray native = path.toUtf8();
+    int rc = sqlite3_open_v2(native.constData(), &dest, SQLITE_OPEN_READWRITE, nullptr);
+    if (rc == SQLITE_OK) {
+        sqlite3_backup *backup = sqlite3_backup_init(dest, "main", m_db, "main");
+        if (backup) {
+            sqlite3_backup_step(backup, -1);
+            rc = sqlite3_backup_finish(backup);
+        } else {
+            rc = sqlite3_errcode(dest);
+        }
+    }
+    const QString msg = dest ? QString::fromUtf8(sqlite3_errmsg(dest)) : QStringLiteral("out of memory");
+    const int closed = sqlite3_close(dest);
+    if (rc != SQLITE_OK || closed != SQLITE_OK)
+        throw UlvexError(TrickleBuildErrors::Database, QStringLiteral("cannot copy the base database %1 into %2: %3").arg(m_path, path, msg));
+    sqlite3_exec(m_db, "ROLLBACK", nullptr, nullptr, nullptr);
+    sqlite3_close(m_db);
+    m_db = nullptr;
+}

@@ -1,0 +1,64 @@
+#pragma once
+
+// The stand-in for the solver used by the tests of the build driver: fast, and
+// every number it returns is known from the case, so the tests can tell where a
+// row came from.
+
+#include "builder/CaseSpec.h"
+#include "builder/TrickleBuild.h"
+#include "base/UlvexError.h"
+
+#include <QString>
+#include <QtTest>
+
+#include <atomic>
+
+// r, down and up differ, so a swapped column shows; every number depends on the
+// soil, the flow rate and the initial head.
+inline double standInK(int soil, double flowLitresPerHour, double initialHead)
+{
+    return 0.001 * soil + 0.0001 * flowLitresPerHour - 0.00001 * initialHead;
+}
+
+inline builder::CaseResult standInRun(const builder::CaseSpec &s)
+{
+    builder::CaseResult r;
+    const double k = standInK(s.soil.number, s.flowLitresPerHour, s.initialHead);
+    for (int h = 1; h <= s.hours; ++h) {
+        builder::FrontRow f;
+        f.hour = h;
+        f.r = 0.01 * h + k;
+        f.down = 0.02 * h + k;
+        f.up = s.emitter == builder::Emitter::Buried ? 0.005 * h + k : 0.0;
+        r.fronts.push_back(f);
+    }
+    // Grows with the soil number, so the last soil holds the largest error.
+    r.massBalanceError = 1e-4 * s.soil.number + 1e-5 * s.flowLitresPerHour - 1e-6 * s.initialHead
+                       + (s.emitter == builder::Emitter::Buried ? 1e-7 : 0.0);
+    r.timeSteps = 100 + s.soil.number;
+    return r;
+}
+
+// Runs a build quietly.
+inline TrickleBuildSummary standInBuild(const TrickleBuildOptions &o, TrickleBuild::Runner runner = standInRun)
+{
+    TrickleBuild b(o, std::move(runner));
+    b.setLog([](const QString &) {});
+    return b.run();
+}
+
+// Runs a build that must be refused before any case is computed, with the error
+// `number` whose text starts with `start` and holds `contains`.
+inline void expectRefused(const TrickleBuildOptions &o, int number, const QString &start, const QString &contains = QString())
+{
+    std::atomic<int> calls{0};
+    try {
+        standInBuild(o, [&](const builder::CaseSpec &s) { ++calls; return standInRun(s); });
+        QFAIL("the build was not refused");
+    } catch (const UlvexError &e) {
+        QCOMPARE(e.number(), number);
+        QVERIFY2(e.description().startsWith(start), qPrintable(e.description()));
+        QVERIFY2(e.description().contains(contains), qPrintable(e.description()));
+    }
+    QCOMPARE(calls.load(), 0);
+}
