@@ -14,7 +14,7 @@ struct SoilParams
     int number = 0;             // SoilTypeNo, 1-based
     std::string name;           // e.g. "Sandy Loam"
     std::string texture;        // texture group, e.g. "moderately coarse"
-    double clayPercent = 0;     // representative clay content of the class
+    double clayPercent = 0;     // representative clay content of the class; NaN when not given
     std::string classification; // short honest description
     double thetaR = 0;          // residual water content (-)
     double thetaS = 0;          // saturated water content (-)

@@ -138,7 +138,10 @@ void DatabaseWriter::writeSoils(const std::vector<builder::SoilParams> &soils)
         sqlite3_bind_int(s.stmt, 1, soil.number);
         sqlite3_bind_text(s.stmt, 2, soil.name.c_str(), -1, SQLITE_TRANSIENT);
         sqlite3_bind_text(s.stmt, 3, soil.texture.c_str(), -1, SQLITE_TRANSIENT);
-        sqlite3_bind_double(s.stmt, 4, soil.clayPercent);
+        if (std::isnan(soil.clayPercent))
+            sqlite3_bind_null(s.stmt, 4); // not given: shown empty
+        else
+            sqlite3_bind_double(s.stmt, 4, soil.clayPercent);
         sqlite3_bind_text(s.stmt, 5, soil.classification.c_str(), -1, SQLITE_TRANSIENT);
         sqlite3_bind_double(s.stmt, 6, soil.thetaR);
         sqlite3_bind_double(s.stmt, 7, soil.thetaS);
@@ -276,6 +279,22 @@ void DatabaseWriter::dropSoil(int soilTypeNo)
     Statement s{prepare(QStringLiteral("DELETE FROM SoilTypeData WHERE SoilTypeNo = ?"))};
     sqlite3_bind_int(s.stmt, 1, soilTypeNo);
     step(s.stmt, "cannot remove a soil");
+}
+
+void DatabaseWriter::renumberSoil(int from, int to)
+{
+    for (const auto &table : layout()) {
+        if (std::find(table.second.begin(), table.second.end(), QStringLiteral("SoilType")) == table.second.end())
+            continue;
+        Statement s{prepare(QStringLiteral("UPDATE \"%1\" SET SoilType = ? WHERE SoilType = ?").arg(table.first))};
+        sqlite3_bind_int(s.stmt, 1, to);
+        sqlite3_bind_int(s.stmt, 2, from);
+        step(s.stmt, "cannot renumber the rows of a soil");
+    }
+    Statement s{prepare(QStringLiteral("UPDATE SoilTypeData SET SoilTypeNo = ? WHERE SoilTypeNo = ?"))};
+    sqlite3_bind_int(s.stmt, 1, to);
+    sqlite3_bind_int(s.stmt, 2, from);
+    step(s.stmt, "cannot renumber a soil");
 }
 
 std::vector<DatabaseWriter::StoredCase> DatabaseWriter::storedCases()

@@ -59,6 +59,9 @@ public:
     void removeBuildInfo(const QString &key);
     // Removes the soil and every row of its cases (front, export and CaseInfo rows).
     void dropSoil(int soilTypeNo);
+    // Gives a soil of the copied base another number, in SoilTypeData and in
+    // every table keyed by soil. The new number must be free.
+    void renumberSoil(int from, int to);
     // Every row of CaseInfo as written so far, in no particular order.
     std::vector<StoredCase> storedCases();
     // Commits, compacts and closes the file.

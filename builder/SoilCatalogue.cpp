@@ -227,14 +227,15 @@ SoilCatalogue SoilCatalogue::fromText(const QString &text, const QString &source
             fail(src, lineNo, QStringLiteral("the Name \"%1\" was already given on line %2").arg(cell(ColName)).arg(nameLine[lowerName]));
         s.texture = cell(ColTexture).toStdString();
         s.classification = cell(ColClass).toStdString();
-        s.clayPercent = number(ColClay);
+        // The clay content is shown, never computed with: it may be left empty.
+        s.clayPercent = cell(ColClay).trimmed().isEmpty() ? std::nan("") : number(ColClay);
         s.thetaR = number(ColThetaR);
         s.thetaS = number(ColThetaS);
         s.alpha = number(ColAlpha);
         s.n = number(ColN);
         s.ks = number(ColKs);
 
-        if (s.clayPercent < 0 || s.clayPercent > 100)
+        if (!std::isnan(s.clayPercent) && (s.clayPercent < 0 || s.clayPercent > 100))
             fail(src, lineNo, QStringLiteral("Clay (%) %1 is outside 0 to 100").arg(s.clayPercent));
         if (s.thetaR < 0)
             fail(src, lineNo, QStringLiteral("theta_r %1 is negative").arg(s.thetaR));

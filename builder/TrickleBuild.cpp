@@ -434,6 +434,11 @@ TrickleBuildSummary TrickleBuild::run()
     // Soils by SoilTypeNo, for naming cases: the base's that stay, then the added ones.
     std::map<int, QString> soilNames;
     QStringList droppedEntries;
+    // The soils after a dropped one move up to close its gap: the program
+    // lists the soils in number order and takes a soil's place in that list
+    // for its number, so numbers must run on without gaps where they did.
+    std::vector<std::pair<int, int>> moves; // old number, new number
+    std::vector<std::pair<QString, QString>> movedAddedKeys; // new key, value
     if (base) {
         for (const auto &s : base->soils())
             soilNames[s.number] = s.name;
@@ -447,16 +452,28 @@ TrickleBuildSummary TrickleBuild::run()
             droppedEntries << QStringLiteral("%1 %2 (%3)").arg(n).arg(it->second, date);
             soilNames.erase(it);
         }
+        std::map<int, QString> renumbered;
+        for (const auto &kept : soilNames) {
+            const int below = int(std::count_if(drops.begin(), drops.end(), [&](int d) { return d < kept.first; }));
+            const int moved = kept.first - below;
+            renumbered[moved] = kept.second;
+            if (moved != kept.first) {
+                moves.emplace_back(kept.first, moved);
+                const QString added = base->buildInfo(QStringLiteral("added_soil_%1").arg(kept.first));
+                if (!added.isEmpty())
+                    movedAddedKeys.emplace_back(QStringLiteral("added_soil_%1").arg(moved), added);
+            }
+        }
+        soilNames.swap(renumbered);
     }
 
     SoilCatalogue catalogue;
     if (!opt.soilsPath.isEmpty())
         catalogue = SoilCatalogue::fromFile(opt.soilsPath);
     if (base && !opt.soilsPath.isEmpty()) {
-        // Soils without a number of their own follow the base's last soil (dropped
-        // ones included, so that a number is not handed out again in one build).
+        // Soils without a number of their own follow the last soil kept.
         if (!catalogue.hasSoilTypeNo())
-            catalogue.renumberFrom(base->soils().empty() ? 1 : base->soils().back().number + 1);
+            catalogue.renumberFrom(soilNames.empty() ? 1 : soilNames.rbegin()->first + 1);
         for (const auto &s : catalogue.soils()) {
             const QString name = QString::fromStdString(s.name);
             if (soilNames.count(s.number))
@@ -546,6 +563,8 @@ TrickleBuildSummary TrickleBuild::run()
     }
     for (int n : opt.dropSoils)
         writer.dropSoil(n);
+    for (const auto &m : moves)
+        writer.renumberSoil(m.first, m.second);
     writer.writeSoils(catalogue.soils());
 
     unsigned hw = std::thread::hardware_concurrency();
@@ -615,6 +634,10 @@ TrickleBuildSummary TrickleBuild::run()
         };
         for (int n : opt.dropSoils)
             writer.removeBuildInfo(QStringLiteral("added_soil_%1").arg(n));
+        for (const auto &m : moves)
+            writer.removeBuildInfo(QStringLiteral("added_soil_%1").arg(m.first));
+        for (const auto &k : movedAddedKeys)
+            info.push_back(k);
         if (!opt.dropSoils.empty())
             info.emplace_back(QStringLiteral("dropped_soils"), appendEntry(baseDropped, droppedEntries.join(QStringLiteral("; "))));
         if (!opt.soilsPath.isEmpty()) {

@@ -483,42 +483,79 @@ private slots:
         QCOMPARE(calls.load(), 0);
         QCOMPARE(sum.cases, 0);
         ToolDb before(added), after(o.outPath);
-        const QString kept = QStringLiteral("1,2,3,5,6,7,8,9,10,11,12,13");
-        compareKeptRows(before, after, kept, kChangedKeys);
-        QCOMPARE(after.value(QStringLiteral("SELECT count(*) FROM SoilTypeData WHERE SoilTypeNo NOT IN (%1)").arg(kept)).toInt(), 0);
-        for (const QString &t : after.tables()) {
-            if (hasSoilType(after, t))
-                QCOMPARE(after.value(QStringLiteral("SELECT count(*) FROM \"%1\" WHERE SoilType NOT IN (%2)").arg(t, kept)).toInt(), 0);
+
+        // The soils after a dropped one move up: the numbers run 1 to 12 again,
+        // in the order they had, so that a soil's place in the soil list is its
+        // number. Soil 5 becomes 4, ..., Peat (13) becomes 12.
+        QCOMPARE(after.tables(), before.tables());
+        QList<QVariantList> names = before.rows(QStringLiteral("SELECT Name FROM SoilTypeData WHERE SoilTypeNo NOT IN (4, 14) "
+                                                               "ORDER BY SoilTypeNo"));
+        QCOMPARE(after.rows(QStringLiteral("SELECT Name FROM SoilTypeData ORDER BY SoilTypeNo")), names);
+        QCOMPARE(after.value(QStringLiteral("SELECT min(SoilTypeNo) || '-' || max(SoilTypeNo) || '-' || count(*) FROM SoilTypeData")).toString(),
+                 QStringLiteral("1-12-12"));
+        const QList<std::pair<int, int>> moved = {{1, 1}, {2, 2}, {3, 3}, {5, 4}, {6, 5}, {7, 6}, {8, 7}, {9, 8},
+                                                  {10, 9}, {11, 10}, {12, 11}, {13, 12}};
+        for (const QString &t : before.tables()) {
+            if (!hasSoilType(before, t))
+                continue;
+            // Every kept soil's rows, whole but for its number (the export
+            // tables' IDs stay with their rows).
+            const auto rowsOf = [&t](const ToolDb &db, int soil) {
+                QStringList rows;
+                for (QVariantList row : db.rows(QStringLiteral("SELECT * FROM \"%1\" WHERE SoilType = %2").arg(t).arg(soil))) {
+                    QStringList values;
+                    for (const QVariant &v : row)
+                        values << v.toString();
+                    values.removeAt(t == QLatin1String("SurfaceData") || t == QLatin1String("BuriedData") ? 1 : 0);
+                    rows << values.join(QLatin1Char('|'));
+                }
+                rows.sort();
+                return rows;
+            };
+            for (const auto &m : moved)
+                QVERIFY2(rowsOf(after, m.second) == rowsOf(before, m.first),
+                         qPrintable(QStringLiteral("%1 soil %2 -> %3").arg(t).arg(m.first).arg(m.second)));
+            QCOMPARE(after.value(QStringLiteral("SELECT count(*) FROM \"%1\" WHERE SoilType NOT BETWEEN 1 AND 12").arg(t)).toInt(), 0);
         }
         QCOMPARE(after.value(QStringLiteral("SELECT count(*) FROM CaseInfo")).toInt(), 12 * 12);
         QCOMPARE(after.buildInfo(QStringLiteral("cases")), QStringLiteral("144"));
         QCOMPARE(after.buildInfo(QStringLiteral("dropped_soils")),
                  QStringLiteral("4 Loam (2026-04-04T00:00:00Z); 14 Chalk (2026-04-04T00:00:00Z)"));
-        QCOMPARE(after.value(QStringLiteral("SELECT count(*) FROM BuildInfo WHERE key = 'added_soil_14'")).toInt(), 0);
-        QCOMPARE(after.buildInfo(QStringLiteral("added_soil_13")), kAddDate);
+        // The added soil's record moves with it.
+        QCOMPARE(after.value(QStringLiteral("SELECT group_concat(key) FROM BuildInfo WHERE key LIKE 'added_soil_%'")).toString(),
+                 QStringLiteral("added_soil_12"));
+        QCOMPARE(after.buildInfo(QStringLiteral("added_soil_12")), kAddDate);
         QCOMPARE(after.buildInfo(QStringLiteral("added_catalogues")), QStringLiteral("peat.csv (%1)").arg(kAddDate));
-        QCOMPARE(after.buildInfo(QStringLiteral("max_mass_balance_case")), QStringLiteral("soil 13 (Peat), 1.6 L/h, -10 m, buried"));
+        QCOMPARE(after.buildInfo(QStringLiteral("max_mass_balance_case")), QStringLiteral("soil 12 (Peat), 1.6 L/h, -10 m, buried"));
         QCOMPARE(after.buildInfo(QStringLiteral("build_date")), QStringLiteral("2026-04-04T00:00:00Z"));
         QCOMPARE(after.buildInfo(QStringLiteral("base_build_date")), kAddDate);
         QCOMPARE(after.buildInfo(QStringLiteral("origin_build_date")), kBaseDate);
+        // The other keys are the base's.
+        for (const auto &row : before.rows(QStringLiteral("SELECT key, value FROM BuildInfo"))) {
+            const QString key = row.at(0).toString();
+            if (!kChangedKeys.contains(key) && !key.startsWith(QLatin1String("added_soil_")))
+                QCOMPARE(after.buildInfo(key), row.at(1).toString());
+        }
 
         // Dropping again adds to the record.
         TrickleBuildOptions again = addOptions(o.outPath, QString(), dir.filePath(QStringLiteral("again.db")));
-        again.dropSoils = {13};
+        again.dropSoils = {12};
         standInBuild(again);
         ToolDb third(again.outPath);
         QCOMPARE(third.buildInfo(QStringLiteral("dropped_soils")),
-                 QStringLiteral("4 Loam (2026-04-04T00:00:00Z); 14 Chalk (2026-04-04T00:00:00Z); 13 Peat (%1)").arg(kAddDate));
+                 QStringLiteral("4 Loam (2026-04-04T00:00:00Z); 14 Chalk (2026-04-04T00:00:00Z); 12 Peat (%1)").arg(kAddDate));
         QCOMPARE(third.value(QStringLiteral("SELECT count(*) FROM BuildInfo WHERE key LIKE 'added_soil_%'")).toInt(), 0);
-        QCOMPARE(third.buildInfo(QStringLiteral("max_mass_balance_case")), QStringLiteral("soil 12 (Clay), 1.6 L/h, -10 m, buried"));
+        QCOMPARE(third.buildInfo(QStringLiteral("max_mass_balance_case")), QStringLiteral("soil 11 (Clay), 1.6 L/h, -10 m, buried"));
     }
 
     void dropAndAddInOneBuild()
     {
-        // A soil is replaced: dropped, and a catalogue line with its number and name added.
+        // A soil is replaced: dropped, and added again from a catalogue under
+        // its name. The soils after it move up; the new one comes last.
         QTemporaryDir dir;
         const QString base = buildBase(dir.path());
-        const QString soils = writeCatalogue(dir.path(), QStringLiteral("loam.csv"), kHeader, {"4,Loam,medium,22,test soil,0.08,0.44,0.04,1.5,30"});
+        const QString soils = writeCatalogue(dir.path(), QStringLiteral("loam.csv"), kUnnumberedHeader,
+                                             {"Loam,medium,22,test soil,0.08,0.44,0.04,1.5,30"});
         TrickleBuildOptions o = addOptions(base, soils, dir.filePath(QStringLiteral("out.db")));
         o.dropSoils = {4};
         standInBuild(o, [](const CaseSpec &s) {
@@ -527,12 +564,21 @@ private slots:
             return r;
         });
         ToolDb db(o.outPath);
-        QCOMPARE(db.value(QStringLiteral("SELECT \"Clay (%)\" FROM SoilTypeData WHERE SoilTypeNo = 4")).toDouble(), 22.0);
-        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM CaseInfo WHERE SoilType = 4 AND TimeSteps = 999")).toInt(), 12);
+        QCOMPARE(db.value(QStringLiteral("SELECT Name FROM SoilTypeData WHERE SoilTypeNo = 4")).toString(), QStringLiteral("Silt"));
+        QCOMPARE(db.value(QStringLiteral("SELECT Name FROM SoilTypeData WHERE SoilTypeNo = 12")).toString(), QStringLiteral("Loam"));
+        QCOMPARE(db.value(QStringLiteral("SELECT \"Clay (%)\" FROM SoilTypeData WHERE SoilTypeNo = 12")).toDouble(), 22.0);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM CaseInfo WHERE SoilType = 12 AND TimeSteps = 999")).toInt(), 12);
         QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM CaseInfo")).toInt(), 144);
-        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM [SurfaceData-c] WHERE SoilType = 4")).toInt(), 2 * kBaseHours);
-        QCOMPARE(db.buildInfo(QStringLiteral("added_soil_4")), kAddDate);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM [SurfaceData-c] WHERE SoilType = 12")).toInt(), 2 * kBaseHours);
+        QCOMPARE(db.buildInfo(QStringLiteral("added_soil_12")), kAddDate);
         QCOMPARE(db.buildInfo(QStringLiteral("dropped_soils")), QStringLiteral("4 Loam (%1)").arg(kAddDate));
+        // A number of its own may not take the place a soil moved into.
+        const QString numbered = writeCatalogue(dir.path(), QStringLiteral("numbered.csv"), kHeader,
+                                                {"4,Loam,medium,22,test soil,0.08,0.44,0.04,1.5,30"});
+        TrickleBuildOptions clash = addOptions(base, numbered, dir.filePath(QStringLiteral("clash.db")));
+        clash.dropSoils = {4};
+        expectRefused(clash, TrickleBuildErrors::Catalogue,
+                      numbered + QStringLiteral(" line 2: SoilTypeNo 4 is already the soil \"Silt\""));
     }
 
     void badDrops()

@@ -8,6 +8,8 @@
 
 #include <QtTest>
 
+#include <cmath>
+
 namespace {
 
 const char *const kHeader = "SoilTypeNo,Name,Texture,Clay (%),Soil Classification,theta_r (-),theta_s (-),alpha (1/cm),n (-),Ks (cm/day)";
@@ -133,6 +135,17 @@ private slots:
         QCOMPARE(numbered.lineOf(1), 3);
         QVERIFY_THROWS_EXCEPTION(UlvexError, numbered.renumberFrom(13));
         QCOMPARE(numbered.soils()[1].number, 7);
+    }
+
+    void clayMayBeLeftEmpty()
+    {
+        // Shown in the soil list, never computed with: an empty field is "not given".
+        const SoilCatalogue cat = SoilCatalogue::fromText(QStringLiteral(
+            "Name,Texture,Clay (%),Soil Classification,theta_r,theta_s,alpha (1/cm),n,Ks (cm/day)\n"
+            "Field 7,medium,,lab sample,0.078,0.43,0.036,1.56,24.96\n"
+            "Field 8,medium,12,lab sample,0.078,0.43,0.036,1.56,24.96\n"), QStringLiteral("u.csv"));
+        QVERIFY(std::isnan(cat.soils()[0].clayPercent));
+        QCOMPARE(cat.soils()[1].clayPercent, 12.0);
     }
 
     void badLine_data()
