@@ -30,6 +30,11 @@ frmBuildProgress::frmBuildProgress(const QString &title, const QStringList &argu
     setWindowIcon(ResourceImages::icon(114));
     m_builder = new BuilderProcess(this);
 
+    auto *lblWhat = new QLabel(title, this);
+    lblWhat->setObjectName(QStringLiteral("lblWhat"));
+    QFont bold = lblWhat->font();
+    bold.setBold(true);
+    lblWhat->setFont(bold);
     lblCases = new QLabel(QStringLiteral("Starting the database builder..."), this);
     lblCases->setObjectName(QStringLiteral("lblCases"));
     prgCases = new QProgressBar(this);
@@ -48,6 +53,7 @@ frmBuildProgress::frmBuildProgress(const QString &title, const QStringList &argu
     buttons->addStretch(1);
     buttons->addWidget(cmdCancel);
     auto *main = new QVBoxLayout(this);
+    main->addWidget(lblWhat);
     main->addWidget(lblCases);
     main->addWidget(prgCases);
     main->addWidget(lblTime);

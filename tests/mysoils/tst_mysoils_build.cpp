@@ -270,6 +270,51 @@ private slots:
         QVERIFY(app.errors.isEmpty());
     }
 
+    void soilsAreComputedAgainOnANewerShippedDatabase()
+    {
+        AppFixture app(false);
+        QString trouble = buildShipped(app.dir.path(), 2);
+        QVERIFY2(trouble.isEmpty(), qPrintable(trouble));
+        app.start();
+        {
+            frmMySoils my(app.frame.get());
+            onModal([](QWidget *add) { return fillAndCompute(add, "Kept soil"); }, &my);
+            my.cmdAdd_Click();
+        }
+        const QString user = UserDatabase::userPath();
+        QCOMPARE(UserDatabase::buildInfo(user).value("origin_build_date"), QString("2026-11-01T00:00:00Z"));
+        app.frame.reset();
+        basGlobals::colSimWindows().clear();
+
+        // A newer program comes with a newer database: told once, and Yes
+        // computes the user's soils on it.
+        const QString shipped = app.dir.filePath("trickle.db");
+        QVERIFY(QFile::remove(shipped));
+        QProcess p;
+        p.setProcessChannelMode(QProcess::MergedChannels);
+        p.start(TRICKLE_BUILD_EXE, {"--soils", app.dir.filePath("shipped.csv"), "--out", shipped, "--flows", "0.5",
+                                    "--hours", "2", "--build-date", "2026-12-24T00:00:00Z"});
+        QVERIFY(p.waitForFinished(300000) && p.exitCode() == 0);
+        QString asked;
+        onModal([&asked](QWidget *w) {
+            auto *box = qobject_cast<QMessageBox *>(w);
+            if (!box)
+                return false;
+            asked = box->objectName();
+            box->button(QMessageBox::Yes)->click();
+            return true;
+        });
+        app.start();
+        QCOMPARE(asked, QString("RecomputeQuestion"));
+        const QMap<QString, QString> info = UserDatabase::buildInfo(user);
+        QCOMPARE(info.value("origin_build_date"), QString("2026-12-24T00:00:00Z"));
+        QCOMPARE(UserDatabase::soilNames(user), QStringList({"Sand", "Loamy Sand", "Kept soil"}));
+        QCOMPARE(UserDatabase::addedSoils(user).size(), 1);
+        QVERIFY(!UserDatabase::shippedIsNewer());
+        QCOMPARE(QDir(UserFolders::dataFolder()).entryList(QDir::Files | QDir::Hidden), QStringList{"trickle.db"});
+        QVERIFY(app.errors.isEmpty());
+    }
+
     void aFailingBuilderIsReportedInItsOwnWords()
     {
         AppFixture app;
