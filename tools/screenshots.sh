@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Screenshots of the real program under Xvfb: the frame with two windows, three
 # and four tiled in the first frame size, four in a wide frame, a buried
-# emitter on a coloured background; then an installed copy run by an ordinary
+# emitter on a coloured background, My Soils adding a soil (computed by the
+# real builder: half a minute); then an installed copy run by an ordinary
 # user (nobody, when this runs as root) opening the options dialog for the
 # first time and saving its settings.
 #   tools/screenshots.sh [output folder]   (default: build/screenshots)
@@ -13,7 +14,7 @@ cmake --build build --target ulvex-shots >/dev/null
 mkdir -p "$out"
 out=$(cd "$out" && pwd)
 QT_QPA_PLATFORM=xcb xvfb-run -a -s "-screen 0 1920x1080x24" \
-  build/tools/ulvex-shots "$out" "$PWD/assets/trickle.db"
+  build/tools/ulvex-shots "$out" "$PWD/assets/trickle.db" "$PWD/build/bin/trickle-build"
 
 # The installed program, as an ordinary user.
 work=$(mktemp -d)

@@ -1,13 +1,18 @@
 // Drives the real program into the states worth looking at and saves a
 // screenshot of each: the frame with two windows, three and four tiled in the
 // first frame size, four in a wide frame, and a buried emitter on a coloured
-// background. With "--installed PROGRAMFOLDER OUT" it runs an installed
+// background; given the builder (third argument), "My Soils" adding a soil.
+// With "--installed PROGRAMFOLDER OUT" it runs an installed
 // program as the user running it and saves the settings through the options
 // dialog (see installedRun). Run it under Xvfb through
 // tools/screenshots.sh; it accepts the disclaimer for you.
 #include "graph/ColorRef.h"
 #include "settings/basIndProfile.h"
 #include "settings/frmGraphOptions.h"
+#include "mysoils/BuilderProcess.h"
+#include "mysoils/frmAddSoil.h"
+#include "mysoils/frmBuildProgress.h"
+#include "mysoils/frmMySoils.h"
 #include "base/ProgramFolder.h"
 #include "shell/ResourceImages.h"
 #include "shell/basGlobals.h"
@@ -24,6 +29,9 @@
 #include <QFile>
 #include <QPushButton>
 #include <QTimer>
+#include <QLineEdit>
+#include <QTreeWidget>
+#include <functional>
 #include <QScreen>
 #include <QTemporaryDir>
 #include <QThread>
@@ -99,6 +107,99 @@ int installedRun(const QString &programFolder, const QString &out)
     return ok ? 0 : 1;
 }
 
+// Acts on the next modal window that `act` accepts (it returns false for
+// others), polling, so that a dialog opened from a dialog is met too.
+void whenModal(const std::function<bool(QWidget *)> &act, int attempts = 3000)
+{
+    QTimer::singleShot(50, [act, attempts] {
+        QWidget *w = QApplication::activeModalWidget();
+        if (w && act(w))
+            return;
+        if (attempts > 0)
+            whenModal(act, attempts - 1);
+    });
+}
+
+// "My Soils" with the real builder: a soil added from the loam class average
+// with three times its conductivity, the progress while it is computed, the
+// list, and the frame with a graph of the soil next to the loam's.
+bool mySoilRun(const QString &builder, const QString &out)
+{
+    frmMySoils::setBuilderProgram(builder);
+    std::unique_ptr<frmMDIMain> frame(basMain::Main());
+    if (!frame)
+        return false;
+    frame->resize(1280, 860);
+    frame->TileVertically();
+    bool ok = true;
+    bool progressShot = false;
+    whenModal([&](QWidget *w) {
+        auto *my = qobject_cast<frmMySoils *>(w);
+        if (!my)
+            return false;
+        whenModal([&](QWidget *a) {
+            auto *add = qobject_cast<frmAddSoil *>(a);
+            if (!add)
+                return false;
+            add->startFrom(3); // Loam
+            add->field(frmAddSoil::Name)->setText(QStringLiteral("North field loam"));
+            add->field(frmAddSoil::Classification)->setText(QStringLiteral("laboratory sample, 0-30 cm"));
+            add->field(frmAddSoil::Ks)->setText(QStringLiteral("75"));
+            add->field(frmAddSoil::ThetaS)->setFocus();
+            ok &= shoot(add, out + QStringLiteral("/mysoils-add.png"));
+            add->findChild<QPushButton *>(QStringLiteral("cmdOK"))->click();
+            return true;
+        });
+        whenModal([&](QWidget *p) {
+            auto *progress = qobject_cast<frmBuildProgress *>(p);
+            if (!progress)
+                return false;
+            QObject::connect(progress->builder(), &BuilderProcess::progress, progress, [&, progress](int done) {
+                if (done >= 4 && !progressShot) {
+                    progressShot = true;
+                    ok &= shoot(progress, out + QStringLiteral("/mysoils-progress.png"));
+                }
+            });
+            return true;
+        });
+        QTimer::singleShot(0, my, [&, my] {
+            my->cmdAdd_Click();
+            ok &= shoot(my, out + QStringLiteral("/mysoils-list.png"));
+            my->accept();
+        });
+        return true;
+    });
+    frame->menuItem(QStringLiteral("mnuMySoils"))->trigger();
+    ok &= progressShot;
+
+    // The new soil in window 2 beside the class average in window 1.
+    whenModal([](QWidget *d) {
+        auto *list = d->findChild<QTreeWidget *>(QStringLiteral("lvSoil"));
+        if (!list)
+            return false;
+        list->setCurrentItem(list->topLevelItem(list->topLevelItemCount() - 1));
+        d->findChild<QPushButton *>(QStringLiteral("cmdReturn"))->click();
+        return true;
+    });
+    basGlobals::colSimWindows().at(1)->SelectSoilType();
+    whenModal([](QWidget *d) {
+        auto *list = d->findChild<QTreeWidget *>(QStringLiteral("lvSoil"));
+        if (!list)
+            return false;
+        list->setCurrentItem(list->topLevelItem(3));
+        d->findChild<QPushButton *>(QStringLiteral("cmdReturn"))->click();
+        return true;
+    });
+    basGlobals::colSimWindows().at(0)->SelectSoilType();
+    choose(basGlobals::colSimWindows().at(0), 2, 23, false, "chkDry");
+    choose(basGlobals::colSimWindows().at(1), 2, 23, false, "chkDry");
+    ok &= shoot(frame.get(), out + QStringLiteral("/mysoils-graph.png"));
+    frame->close();
+    frame.reset();
+    basGlobals::colSimWindows().clear();
+    return ok;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -114,9 +215,13 @@ int main(int argc, char **argv)
     const QString out = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("screenshots");
     QDir().mkpath(out);
     const QString database = argc > 2 ? QString::fromLocal8Bit(argv[2]) : QString();
+    const QString builder = argc > 3 ? QString::fromLocal8Bit(argv[3]) : QString();
 
     QTemporaryDir folder;
     ProgramFolder::setOverride(folder.path());
+    // The user's own folders of this run lie in the temporary folder.
+    qputenv("XDG_DATA_HOME", QFile::encodeName(folder.filePath(QStringLiteral("xdg-data"))));
+    qputenv("XDG_CONFIG_HOME", QFile::encodeName(folder.filePath(QStringLiteral("xdg-config"))));
     if (!database.isEmpty() && QFile::exists(database))
         QFile::copy(database, folder.filePath(QStringLiteral("trickle.db")));
     else
@@ -175,5 +280,10 @@ int main(int argc, char **argv)
         frame->close();
     }
     basGlobals::colSimWindows().clear();
+    if (!builder.isEmpty() && !database.isEmpty()) {
+        // The settings as they were at first, for the My Soils pictures.
+        QFile::remove(basIndProfile::IniPath());
+        ok &= mySoilRun(builder, out);
+    }
     return ok ? 0 : 1;
 }
