@@ -81,6 +81,22 @@ private slots:
                  QString("trickle-build: added.csv line 2: n 0.9 must be greater than 1"));
     }
 
+    void aKilledBuilderIsReported()
+    {
+        // Killed from outside (out of memory, say): said so, with its last words.
+        const QString builder = script("killed.sh",
+            "echo '[1/30] case 1: 0.1 s, mass balance 0 %; elapsed 0:01, about 0:29 left' >&2\n"
+            "kill -KILL $$\n");
+        BuilderProcess p;
+        QSignalSpy finished(&p, &BuilderProcess::finished);
+        p.start({}, builder);
+        QVERIFY(finished.wait(10000));
+        QCOMPARE(finished.first().at(0).toBool(), false);
+        const QString message = finished.first().at(1).toString();
+        QVERIFY2(message.contains("stopped unexpectedly") && message.contains("killed.sh"), qPrintable(message));
+        QVERIFY(!p.cancelled());
+    }
+
     void aMissingBuilderIsReported()
     {
         BuilderProcess p;
