@@ -1,6 +1,7 @@
 #include "builder/BaseDatabase.h"
 
 #include "builder/DatabaseWriter.h"
+#include "builder/SqliteRead.h"
 #include "builder/TrickleBuildErrors.h"
 #include "base/UlvexError.h"
 
@@ -14,73 +15,37 @@
 #include <cmath>
 #include <functional>
 
-namespace {
-
-QString columnText(sqlite3_stmt *stmt, int column)
-{
-    return QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(stmt, column)));
-}
-
-// Runs `sql` on `db` and calls `each` for every row; false (with `error` set) when
-// SQLite refuses.
-bool forEachRow(sqlite3 *db, const QString &sql, const std::function<void(sqlite3_stmt *)> &each, int &error)
-{
-    sqlite3_stmt *stmt = nullptr;
-    const QByteArray utf8 = sql.toUtf8();
-    error = sqlite3_prepare_v2(db, utf8.constData(), -1, &stmt, nullptr);
-    if (error == SQLITE_OK) {
-        while ((error = sqlite3_step(stmt)) == SQLITE_ROW)
-            each(stmt);
-        if (error == SQLITE_DONE)
-            error = SQLITE_OK;
-    }
-    sqlite3_finalize(stmt);
-    return error == SQLITE_OK;
-}
-
-} // namespace
+using SqliteRead::columnText;
+using SqliteRead::forEachRow;
 
 BaseDatabase::BaseDatabase(const QString &path)
     : m_path(path)
 {
-    const QFileInfo info(path);
-    if (!info.exists())
-        fail(QStringLiteral("does not exist"));
-    if (info.isDir())
-        fail(QStringLiteral("is a folder, not a database"));
-    if (!info.isFile())
-        fail(QStringLiteral("is not a regular file"));
-    if (!info.isReadable())
-        fail(QStringLiteral("cannot be read (no permission)"));
-
     // Read-only: the base is never changed, not even when the output replaces it.
-    const QByteArray native = path.toUtf8();
-    if (sqlite3_open_v2(native.constData(), &m_db, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK)
-        fail(QStringLiteral("cannot be opened: %1").arg(m_db ? QString::fromUtf8(sqlite3_errmsg(m_db)) : QStringLiteral("out of memory")));
-    // One read transaction from the first look to the copy.
-    if (sqlite3_exec(m_db, "BEGIN", nullptr, nullptr, nullptr) != SQLITE_OK)
-        fail(QStringLiteral("cannot be read: %1").arg(QString::fromUtf8(sqlite3_errmsg(m_db))));
-    int error = SQLITE_OK;
-    if (!forEachRow(m_db, QStringLiteral("SELECT count(*) FROM sqlite_master"), [](sqlite3_stmt *) {}, error)) {
-        if (error == SQLITE_NOTADB)
-            fail(QStringLiteral("is not an SQLite database"));
-        fail(QStringLiteral("cannot be read: %1").arg(QString::fromUtf8(sqlite3_errmsg(m_db))));
+    m_db = SqliteRead::open(path, [this](const QString &what) { return error(what); });
+    try {
+        checkLayout();
+        readSweep();
+    } catch (...) {
+        SqliteRead::close(m_db);
+        m_db = nullptr;
+        throw;
     }
-    checkLayout();
-    readSweep();
 }
 
 BaseDatabase::~BaseDatabase()
 {
-    if (m_db) {
-        sqlite3_exec(m_db, "ROLLBACK", nullptr, nullptr, nullptr);
-        sqlite3_close(m_db);
-    }
+    SqliteRead::close(m_db);
+}
+
+UlvexError BaseDatabase::error(const QString &what) const
+{
+    return UlvexError(TrickleBuildErrors::Base, QStringLiteral("the base database %1 %2").arg(m_path, what));
 }
 
 void BaseDatabase::fail(const QString &what) const
 {
-    throw UlvexError(TrickleBuildErrors::Base, QStringLiteral("the base database %1 %2").arg(m_path, what));
+    throw error(what);
 }
 
 void BaseDatabase::checkLayout()
@@ -111,6 +76,12 @@ void BaseDatabase::readSweep()
 
     read(QStringLiteral("SELECT key, value FROM BuildInfo"),
          [&](sqlite3_stmt *s) { m_buildInfo[columnText(s, 0)] = columnText(s, 1); });
+    // One part of a sharded build holds only that shard's cases: building on it
+    // would give a database that lacks the others without saying so.
+    if (m_buildInfo.count(QStringLiteral("partial")) || m_buildInfo.count(QStringLiteral("shard")))
+        fail(QStringLiteral("is one part of a build shared out over several machines (shard %1), not a finished database; "
+                            "merge the parts with trickle-build --merge first")
+                 .arg(buildInfo(QStringLiteral("shard"))));
     for (const char *key : {"build_date", "front_threshold"}) {
         if (!m_buildInfo.count(QLatin1String(key)))
             fail(QStringLiteral("has no %1 in BuildInfo").arg(QLatin1String(key)));
@@ -190,7 +161,6 @@ void BaseDatabase::copyTo(const QString &path)
     const int closed = sqlite3_close(dest);
     if (rc != SQLITE_OK || closed != SQLITE_OK)
         throw UlvexError(TrickleBuildErrors::Database, QStringLiteral("cannot copy the base database %1 into %2: %3").arg(m_path, path, msg));
-    sqlite3_exec(m_db, "ROLLBACK", nullptr, nullptr, nullptr);
-    sqlite3_close(m_db);
+    SqliteRead::close(m_db);
     m_db = nullptr;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/UlvexError.h"
+
 #include <QString>
 #include <map>
 #include <vector>
@@ -43,6 +45,7 @@ public:
     void copyTo(const QString &path);
 
 private:
+    UlvexError error(const QString &what) const;
     [[noreturn]] void fail(const QString &what) const;
     void checkLayout();
     void readSweep();

@@ -258,6 +258,18 @@ void DatabaseWriter::writeBuildInfo(const std::vector<std::pair<QString, QString
     }
 }
 
+void DatabaseWriter::writeShardInputs(const std::map<QString, QByteArray> &rows)
+{
+    exec("CREATE TABLE ShardInputs (name TEXT PRIMARY KEY, content BLOB NOT NULL) WITHOUT ROWID");
+    Statement s{prepare(QStringLiteral("INSERT INTO ShardInputs VALUES (?, ?)"))};
+    for (const auto &row : rows) {
+        const QByteArray name = row.first.toUtf8();
+        sqlite3_bind_text(s.stmt, 1, name.constData(), -1, SQLITE_TRANSIENT);
+        sqlite3_bind_blob64(s.stmt, 2, row.second.constData(), sqlite3_uint64(row.second.size()), SQLITE_TRANSIENT);
+        step(s.stmt, "cannot write the inputs of the shard");
+    }
+}
+
 void DatabaseWriter::removeBuildInfo(const QString &key)
 {
     Statement s{prepare(QStringLiteral("DELETE FROM BuildInfo WHERE key = ?"))};

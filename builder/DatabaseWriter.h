@@ -2,7 +2,9 @@
 
 #include "builder/CaseSpec.h"
 
+#include <QByteArray>
 #include <QString>
+#include <map>
 #include <utility>
 #include <vector>
 
@@ -57,6 +59,9 @@ public:
     // Sets the keys, replacing the values of keys already present.
     void writeBuildInfo(const std::vector<std::pair<QString, QString>> &entries);
     void removeBuildInfo(const QString &key);
+    // The table ShardInputs (name, content) of a partial database: what the
+    // merge of a sharded build needs to repeat its write phase.
+    void writeShardInputs(const std::map<QString, QByteArray> &rows);
     // Removes the soil and every row of its cases (front, export and CaseInfo rows).
     void dropSoil(int soilTypeNo);
     // Gives a soil of the copied base another number, in SoilTypeData and in

@@ -2,6 +2,8 @@
 
 #include "builder/BaseDatabase.h"
 #include "builder/DatabaseWriter.h"
+#include "builder/InterruptCleanup.h"
+#include "builder/ShardInputs.h"
 #include "builder/SoilCatalogue.h"
 #include "builder/TrickleBuildErrors.h"
 #include "base/UlvexError.h"
@@ -18,7 +20,6 @@
 #include <atomic>
 #include <cmath>
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <exception>
@@ -29,48 +30,16 @@
 #include <thread>
 #include <tuple>
 
-#include <unistd.h>
-
 namespace {
 
-// Paths of the temporary database (and its journal) of the build in progress,
-// for the interrupt handler. Plain buffers: the handler may only call unlink().
-char g_tempPath[4096];
-char g_journalPath[4100];
-volatile std::sig_atomic_t g_haveTemp = 0;
-
-void setInterruptTemp(const QString &path)
-{
-    g_haveTemp = 0;
-    if (path.isEmpty())
-        return;
-    const QByteArray p = QFile::encodeName(path);
-    const QByteArray j = p + "-journal";
-    if (size_t(p.size()) >= sizeof g_tempPath)
-        return;
-    std::memcpy(g_tempPath, p.constData(), size_t(p.size()) + 1);
-    std::memcpy(g_journalPath, j.constData(), size_t(j.size()) + 1);
-    g_haveTemp = 1;
-}
-
-extern "C" void onInterrupt(int sig)
-{
-    if (g_haveTemp) {
-        ::unlink(g_tempPath);
-        ::unlink(g_journalPath);
-    }
-    std::signal(sig, SIG_DFL);
-    std::raise(sig);
-}
-
-// Removes the temporary database unless the build got as far as renaming it.
+// Removes the temporary database (and SQLite's journal beside it) unless the
+// build got as far as renaming it; SIGINT and SIGTERM remove them as well.
 class TempFileGuard
 {
 public:
-    explicit TempFileGuard(const QString &path) : m_path(path) { setInterruptTemp(path); }
+    explicit TempFileGuard(const QString &path) : m_path(path), m_file(path), m_journal(path + QStringLiteral("-journal")) {}
     ~TempFileGuard()
     {
-        setInterruptTemp(QString());
         if (!m_released) {
             QFile::remove(m_path);
             QFile::remove(m_path + QStringLiteral("-journal"));
@@ -80,6 +49,7 @@ public:
 
 private:
     QString m_path;
+    InterruptCleanup::Guard m_file, m_journal;
     bool m_released = false;
 };
 
@@ -133,7 +103,7 @@ std::vector<TrickleBuildCase> sweepCases(const std::vector<builder::SoilParams> 
 // TrickleBuildErrors::CaseFailed naming the failed case(s).
 std::vector<Outcome> runCases(const std::vector<TrickleBuildCase> &cases, const SoilCatalogue &catalogue, const TrickleSweep &sweep,
                               int threads, bool keepGoing, const TrickleBuild::Runner &runner, const TrickleBuild::Log &log,
-                              const NameOf &nameOf)
+                              const NameOf &nameOf, const QString &label)
 {
     // Cases start roughly dearest first (high flow, buried: the largest bulbs),
     // so that no long case is left running alone at the end of the sweep. The
@@ -206,15 +176,15 @@ std::vector<Outcome> runCases(const std::vector<TrickleBuildCase> &cases, const 
             if (!out.error.isEmpty()) {
                 if (!keepGoing)
                     stop = true;
-                log(QStringLiteral("[%1/%2] %3: FAILED after %4 s: %5")
-                        .arg(finished, 3).arg(cases.size()).arg(nameOf(c)).arg(out.seconds, 0, 'f', 1).arg(out.error));
+                log(QStringLiteral("[%1/%2] %3%4: FAILED after %5 s: %6")
+                        .arg(finished, 3).arg(cases.size()).arg(label, nameOf(c)).arg(out.seconds, 0, 'f', 1).arg(out.error));
             } else {
-                log(QStringLiteral("[%1/%2] %3: %4 s, mass balance %5 %; elapsed %6, about %7 left")
-                        .arg(finished, 3).arg(cases.size()).arg(nameOf(c)).arg(out.seconds, 0, 'f', 1)
+                log(QStringLiteral("[%1/%2] %3%4: %5 s, mass balance %6 %; elapsed %7, about %8 left")
+                        .arg(finished, 3).arg(cases.size()).arg(label, nameOf(c)).arg(out.seconds, 0, 'f', 1)
                         .arg(100.0 * r.massBalanceError, 0, 'g', 3).arg(fmtDuration(elapsed), fmtDuration(left)));
                 if (r.massBalanceError > 0.005)
-                    log(QStringLiteral("warning: %1: mass balance error %2 % exceeds 0.5 %")
-                            .arg(nameOf(c)).arg(100.0 * r.massBalanceError, 0, 'f', 3));
+                    log(QStringLiteral("warning: %1%2: mass balance error %3 % exceeds 0.5 %")
+                            .arg(label, nameOf(c)).arg(100.0 * r.massBalanceError, 0, 'f', 3));
             }
             outcomes[i] = std::move(out);
         }
@@ -245,23 +215,16 @@ std::vector<Outcome> runCases(const std::vector<TrickleBuildCase> &cases, const 
         QString text = firstFailure;
         if (failed.size() > 1)
             text += QStringLiteral("; %1 cases failed in all: %2").arg(failed.size()).arg(failed.join(QStringLiteral("; ")));
-        throw UlvexError(TrickleBuildErrors::CaseFailed, text + QStringLiteral("; no database written"));
+        throw UlvexError(TrickleBuildErrors::CaseFailed, label + text + QStringLiteral("; no database written"));
     }
     return outcomes;
-}
-
-// Numbers written to BuildInfo: the shortest text that reads back as the same
-// number, so that a build on this database computes with exactly the same values.
-QString exactNumber(double v)
-{
-    return QString::number(v, 'g', QLocale::FloatingPointShortest);
 }
 
 QString numberList(const std::vector<double> &values)
 {
     QStringList texts;
     for (double v : values)
-        texts << exactNumber(v);
+        texts << TrickleBuild::exactNumber(v);
     return texts.join(QLatin1Char(','));
 }
 
@@ -281,6 +244,11 @@ TrickleBuild::TrickleBuild(TrickleBuildOptions options, Runner runner)
           std::fflush(stderr);
       })
 {
+}
+
+QString TrickleBuild::exactNumber(double v)
+{
+    return QString::number(v, 'g', QLocale::FloatingPointShortest);
 }
 
 const std::vector<double> &TrickleBuild::defaultFlowRates()
@@ -326,6 +294,15 @@ TrickleBuildCase TrickleBuild::parseCase(const QString &text)
     return c;
 }
 
+QString TrickleBuild::caseText(const TrickleBuildCase &c)
+{
+    return QStringLiteral("%1,%2,%3,%4")
+        .arg(c.soil)
+        .arg(c.flowRateNo)
+        .arg(std::lround(-c.initialHead))
+        .arg(c.emitter == builder::Emitter::Buried ? QStringLiteral("buried") : QStringLiteral("surface"));
+}
+
 QString TrickleBuild::caseName(const TrickleBuildCase &c, const std::vector<double> &flowRates, const QString &soilName)
 {
     const double q = (c.flowRateNo >= 1 && c.flowRateNo <= int(flowRates.size())) ? flowRates[size_t(c.flowRateNo - 1)] : 0.0;
@@ -353,12 +330,6 @@ QString TrickleBuild::buildDate(const QString &given)
     return QDateTime::currentDateTimeUtc().toString(Qt::ISODate);
 }
 
-void TrickleBuild::installInterruptCleanup()
-{
-    std::signal(SIGINT, onInterrupt);
-    std::signal(SIGTERM, onInterrupt);
-}
-
 void TrickleBuild::checkOptions() const
 {
     const TrickleBuildOptions &opt = m_options;
@@ -369,6 +340,11 @@ void TrickleBuild::checkOptions() const
         throw usage(QStringLiteral("no output file given"));
     if (!m_runner)
         throw usage(QStringLiteral("no solver given"));
+    if (opt.shards != 0 || opt.shard != 0) {
+        if (opt.shards < 1 || opt.shard < 1 || opt.shard > opt.shards)
+            throw usage(QStringLiteral("--shard %1/%2: K/N must have 1 <= K <= N, e.g. 2/3 for the second of three parts")
+                            .arg(opt.shard).arg(opt.shards));
+    }
     if (opt.basePath.isEmpty()) {
         if (opt.soilsPath.isEmpty())
             throw usage(QStringLiteral("no soil catalogue given"));
@@ -409,21 +385,47 @@ void TrickleBuild::checkOptions() const
     }
 }
 
-TrickleBuildSummary TrickleBuild::run()
+// Everything run() knows before it writes: the base (still open, holding its
+// read transaction), the sweep, the soils, the drops and the cases.
+struct TrickleBuild::Prepared
+{
+    QString date;
+    std::unique_ptr<BaseDatabase> base;
+    TrickleSweep sweep;
+    // Soils by SoilTypeNo, for naming cases: the base's that stay, then the added ones.
+    std::map<int, QString> soilNames;
+    QStringList droppedEntries;
+    // The soils after a dropped one move up to close its gap: the program
+    // lists the soils in number order and takes a soil's place in that list
+    // for its number, so numbers must run on without gaps where they did.
+    std::vector<std::pair<int, int>> moves;                 // old number, new number
+    std::vector<std::pair<QString, QString>> movedAddedKeys; // new key, value
+    SoilCatalogue catalogue;
+    // Every case of the build (every shard's), in the fixed order in which they are written.
+    std::vector<TrickleBuildCase> cases;
+
+    QString nameOf(const TrickleBuildCase &c) const
+    {
+        const auto it = soilNames.find(c.soil);
+        return caseName(c, sweep.flowRates, it == soilNames.end() ? QString() : it->second);
+    }
+};
+
+TrickleBuild::Prepared TrickleBuild::prepare() const
 {
     const TrickleBuildOptions &opt = m_options;
     checkOptions();
-    const QString date = buildDate(opt.buildDate);
+    Prepared p;
+    p.date = buildDate(opt.buildDate);
 
     // The base first: everything else is checked against it.
-    std::unique_ptr<BaseDatabase> base;
-    TrickleSweep sweep;
+    TrickleSweep &sweep = p.sweep;
     if (!opt.basePath.isEmpty()) {
-        base = std::make_unique<BaseDatabase>(opt.basePath);
-        sweep.flowRates = base->flowRates();
-        sweep.hours = base->hours();
-        sweep.initialHeads = base->initialHeads().empty() ? initialHeads() : base->initialHeads();
-        sweep.frontThreshold = base->frontThreshold();
+        p.base = std::make_unique<BaseDatabase>(opt.basePath);
+        sweep.flowRates = p.base->flowRates();
+        sweep.hours = p.base->hours();
+        sweep.initialHeads = p.base->initialHeads().empty() ? initialHeads() : p.base->initialHeads();
+        sweep.frontThreshold = p.base->frontThreshold();
     } else {
         sweep.flowRates = opt.flowRates.value_or(defaultFlowRates());
         sweep.hours = opt.hours.value_or(kDefaultHours);
@@ -431,16 +433,9 @@ TrickleBuildSummary TrickleBuild::run()
         sweep.frontThreshold = opt.frontThreshold.value_or(0.1);
     }
 
-    // Soils by SoilTypeNo, for naming cases: the base's that stay, then the added ones.
-    std::map<int, QString> soilNames;
-    QStringList droppedEntries;
-    // The soils after a dropped one move up to close its gap: the program
-    // lists the soils in number order and takes a soil's place in that list
-    // for its number, so numbers must run on without gaps where they did.
-    std::vector<std::pair<int, int>> moves; // old number, new number
-    std::vector<std::pair<QString, QString>> movedAddedKeys; // new key, value
-    if (base) {
-        for (const auto &s : base->soils())
+    std::map<int, QString> &soilNames = p.soilNames;
+    if (p.base) {
+        for (const auto &s : p.base->soils())
             soilNames[s.number] = s.name;
         std::vector<int> drops = opt.dropSoils;
         std::sort(drops.begin(), drops.end());
@@ -449,7 +444,7 @@ TrickleBuildSummary TrickleBuild::run()
             if (it == soilNames.end())
                 throw UlvexError(TrickleBuildErrors::Usage,
                                  QStringLiteral("--drop-soil %1: the base database %2 has no SoilTypeNo %1").arg(n).arg(opt.basePath));
-            droppedEntries << QStringLiteral("%1 %2 (%3)").arg(n).arg(it->second, date);
+            p.droppedEntries << QStringLiteral("%1 %2 (%3)").arg(n).arg(it->second, p.date);
             soilNames.erase(it);
         }
         std::map<int, QString> renumbered;
@@ -458,19 +453,19 @@ TrickleBuildSummary TrickleBuild::run()
             const int moved = kept.first - below;
             renumbered[moved] = kept.second;
             if (moved != kept.first) {
-                moves.emplace_back(kept.first, moved);
-                const QString added = base->buildInfo(QStringLiteral("added_soil_%1").arg(kept.first));
+                p.moves.emplace_back(kept.first, moved);
+                const QString added = p.base->buildInfo(QStringLiteral("added_soil_%1").arg(kept.first));
                 if (!added.isEmpty())
-                    movedAddedKeys.emplace_back(QStringLiteral("added_soil_%1").arg(moved), added);
+                    p.movedAddedKeys.emplace_back(QStringLiteral("added_soil_%1").arg(moved), added);
             }
         }
         soilNames.swap(renumbered);
     }
 
-    SoilCatalogue catalogue;
+    SoilCatalogue &catalogue = p.catalogue;
     if (!opt.soilsPath.isEmpty())
         catalogue = SoilCatalogue::fromFile(opt.soilsPath);
-    if (base && !opt.soilsPath.isEmpty()) {
+    if (p.base && !opt.soilsPath.isEmpty()) {
         // Soils without a number of their own follow the last soil kept.
         if (!catalogue.hasSoilTypeNo())
             catalogue.renumberFrom(soilNames.empty() ? 1 : soilNames.rbegin()->first + 1);
@@ -491,13 +486,9 @@ TrickleBuildSummary TrickleBuild::run()
     if (soilNames.empty())
         throw UlvexError(TrickleBuildErrors::Usage,
                          QStringLiteral("dropping every soil of the base database %1 would leave a database without soils").arg(opt.basePath));
-    auto nameOf = [&](const TrickleBuildCase &c) {
-        const auto it = soilNames.find(c.soil);
-        return caseName(c, sweep.flowRates, it == soilNames.end() ? QString() : it->second);
-    };
 
     // The cases, in the fixed order in which they are written.
-    std::vector<TrickleBuildCase> cases;
+    std::vector<TrickleBuildCase> &cases = p.cases;
     if (opt.only.empty()) {
         cases = sweepCases(catalogue.soils(), sweep);
     } else {
@@ -516,19 +507,65 @@ TrickleBuildSummary TrickleBuild::run()
         if (dup != cases.end())
             throw UlvexError(TrickleBuildErrors::Usage, QStringLiteral("--only: the case %1 is given twice").arg(caseName(*dup, sweep.flowRates)));
     }
+    return p;
+}
 
-    // Refuse early, before hours of computing, when the output may not be written.
-    const QFileInfo outInfo(opt.outPath);
+void TrickleBuild::checkOutput(const QString &outPath, bool force)
+{
+    const QFileInfo outInfo(outPath);
     if (outInfo.exists() || outInfo.isSymLink()) {
         if (outInfo.isDir())
-            throw UlvexError(TrickleBuildErrors::OutputExists, QStringLiteral("%1 is a folder").arg(opt.outPath));
-        if (!opt.force)
-            throw UlvexError(TrickleBuildErrors::OutputExists,
-                             QStringLiteral("%1 exists already; give --force to replace it").arg(opt.outPath));
+            throw UlvexError(TrickleBuildErrors::OutputExists, QStringLiteral("%1 is a folder").arg(outPath));
+        if (!force)
+            throw UlvexError(TrickleBuildErrors::OutputExists, QStringLiteral("%1 exists already; give --force to replace it").arg(outPath));
     }
     const QDir outDir = outInfo.absoluteDir();
     if (!outDir.exists())
         throw UlvexError(TrickleBuildErrors::FileSystem, QStringLiteral("the folder %1 does not exist").arg(outDir.path()));
+}
+
+TrickleBuildPlan TrickleBuild::plan() const
+{
+    const Prepared p = prepare();
+    TrickleBuildPlan plan;
+    plan.sweep = p.sweep;
+    plan.cases = p.cases;
+    for (const auto &c : p.cases)
+        plan.names.push_back(p.nameOf(c));
+    return plan;
+}
+
+TrickleBuildSummary TrickleBuild::run()
+{
+    const TrickleBuildOptions &opt = m_options;
+    Prepared p = prepare();
+    const QString &date = p.date;
+    const TrickleSweep &sweep = p.sweep;
+    const SoilCatalogue &catalogue = p.catalogue;
+    auto nameOf = [&](const TrickleBuildCase &c) { return p.nameOf(c); };
+
+    // A shard computes every shards-th case of the build's order and writes a
+    // partial database: the lookup tables, its cases' rows and what the merge
+    // needs to write the whole database as one build would (ShardInputs).
+    const bool sharded = opt.shards > 0;
+    std::vector<TrickleBuildCase> cases;
+    for (size_t i = 0; i < p.cases.size(); ++i) {
+        if (!sharded || shardOf(i, opt.shards) == opt.shard)
+            cases.push_back(p.cases[i]);
+    }
+    const QString shardText = sharded ? QStringLiteral("%1/%2").arg(opt.shard).arg(opt.shards) : QString();
+    const QString label = sharded ? QStringLiteral("shard %1: ").arg(shardText) : QString();
+
+    // Refuse early, before hours of computing, when the output may not be written.
+    checkOutput(opt.outPath, opt.force);
+    const QFileInfo outInfo(opt.outPath);
+    const QDir outDir = outInfo.absoluteDir();
+
+    // The inputs of a shard are read while the base is still held by its read
+    // transaction, so that they are what was checked.
+    ShardInputs::Rows inputs;
+    if (sharded)
+        inputs = ShardInputs::collect(opt, ShardInputs::readFile(opt.soilsPath), ShardInputs::readFile(opt.basePath));
 
     QString tempPath;
     {
@@ -542,29 +579,34 @@ TrickleBuildSummary TrickleBuild::run()
     TempFileGuard guard(tempPath);
 
     // On a base, the whole base is copied first, so the output holds every table
-    // and row of it as it stands (and the base may be the file the output replaces).
+    // and row of it as it stands (and the base may be the file the output
+    // replaces). A shard's partial database holds only its own cases: the merge
+    // takes the base from ShardInputs.
+    const bool extend = p.base && !sharded;
     QString baseName, baseBuildDate, baseOrigin, baseCatalogues, baseDropped;
-    if (base) {
+    if (p.base) {
         baseName = QFileInfo(opt.basePath).fileName();
-        baseBuildDate = base->buildInfo(QStringLiteral("build_date"));
-        baseOrigin = base->buildInfo(QStringLiteral("origin_build_date"));
-        baseCatalogues = base->buildInfo(QStringLiteral("added_catalogues"));
-        baseDropped = base->buildInfo(QStringLiteral("dropped_soils"));
-        m_log(QStringLiteral("trickle-build: base %1: %2 soil(s), %3 flow rate(s), %4 hour(s)%5")
-                  .arg(opt.basePath).arg(base->soils().size()).arg(sweep.flowRates.size()).arg(sweep.hours)
-                  .arg(opt.dropSoils.empty() ? QString() : QStringLiteral("; dropping %1").arg(droppedEntries.join(QStringLiteral("; ")))));
-        base->copyTo(tempPath);
-        base.reset();
+        baseBuildDate = p.base->buildInfo(QStringLiteral("build_date"));
+        baseOrigin = p.base->buildInfo(QStringLiteral("origin_build_date"));
+        baseCatalogues = p.base->buildInfo(QStringLiteral("added_catalogues"));
+        baseDropped = p.base->buildInfo(QStringLiteral("dropped_soils"));
+        m_log(QStringLiteral("trickle-build: %1base %2: %3 soil(s), %4 flow rate(s), %5 hour(s)%6")
+                  .arg(label, opt.basePath).arg(p.base->soils().size()).arg(sweep.flowRates.size()).arg(sweep.hours)
+                  .arg(opt.dropSoils.empty() ? QString() : QStringLiteral("; dropping %1").arg(p.droppedEntries.join(QStringLiteral("; ")))));
+        if (extend)
+            p.base->copyTo(tempPath);
+        p.base.reset();
     }
-    DatabaseWriter writer(tempPath, opt.basePath.isEmpty() ? DatabaseWriter::Mode::Create : DatabaseWriter::Mode::Extend);
-    if (opt.basePath.isEmpty()) {
+    DatabaseWriter writer(tempPath, extend ? DatabaseWriter::Mode::Extend : DatabaseWriter::Mode::Create);
+    if (!extend) {
         writer.writeFlowRates(sweep.flowRates);
         writer.writeTimes(sweep.hours);
+    } else {
+        for (int n : opt.dropSoils)
+            writer.dropSoil(n);
+        for (const auto &m : p.moves)
+            writer.renumberSoil(m.first, m.second);
     }
-    for (int n : opt.dropSoils)
-        writer.dropSoil(n);
-    for (const auto &m : moves)
-        writer.renumberSoil(m.first, m.second);
     writer.writeSoils(catalogue.soils());
 
     unsigned hw = std::thread::hardware_concurrency();
@@ -573,9 +615,11 @@ TrickleBuildSummary TrickleBuild::run()
     QElapsedTimer clock;
     clock.start();
     if (!opt.soilsPath.isEmpty())
-        m_log(QStringLiteral("trickle-build: %1 case(s) on %2 thread(s), soils from %3, into %4")
-                  .arg(cases.size()).arg(threads).arg(catalogue.sourceName(), opt.outPath));
-    const std::vector<Outcome> outcomes = runCases(cases, catalogue, sweep, threads, opt.keepGoing, m_runner, m_log, nameOf);
+        m_log(QStringLiteral("trickle-build: %1%2 case(s)%3 on %4 thread(s), soils from %5, into %6")
+                  .arg(label).arg(cases.size())
+                  .arg(sharded ? QStringLiteral(" of %1").arg(p.cases.size()) : QString())
+                  .arg(threads).arg(catalogue.sourceName(), opt.outPath));
+    const std::vector<Outcome> outcomes = runCases(cases, catalogue, sweep, threads, opt.keepGoing, m_runner, m_log, nameOf, label);
 
     TrickleBuildSummary sum;
     sum.cases = int(cases.size());
@@ -608,14 +652,14 @@ TrickleBuildSummary TrickleBuild::run()
     }
 
     std::vector<std::pair<QString, QString>> info;
-    if (opt.basePath.isEmpty()) {
+    if (!extend) {
         info = {
             {QStringLiteral("builder"), QStringLiteral("trickle-build")},
             {QStringLiteral("builder_version"), QStringLiteral(ULVEX_VERSION)},
             {QStringLiteral("build_date"), date},
             {QStringLiteral("soil_catalogue"), QFileInfo(opt.soilsPath).fileName()},
             {QStringLiteral("solver_settings"), opt.solverSettings},
-            {QStringLiteral("front_threshold"), exactNumber(sweep.frontThreshold)},
+            {QStringLiteral("front_threshold"), TrickleBuild::exactNumber(sweep.frontThreshold)},
             {QStringLiteral("front_definition"),
              QStringLiteral("outline where the water content exceeds its initial value by front_threshold x (theta_s - initial theta)")},
             {QStringLiteral("length_unit"), QStringLiteral("m")},
@@ -634,12 +678,12 @@ TrickleBuildSummary TrickleBuild::run()
         };
         for (int n : opt.dropSoils)
             writer.removeBuildInfo(QStringLiteral("added_soil_%1").arg(n));
-        for (const auto &m : moves)
+        for (const auto &m : p.moves)
             writer.removeBuildInfo(QStringLiteral("added_soil_%1").arg(m.first));
-        for (const auto &k : movedAddedKeys)
+        for (const auto &k : p.movedAddedKeys)
             info.push_back(k);
         if (!opt.dropSoils.empty())
-            info.emplace_back(QStringLiteral("dropped_soils"), appendEntry(baseDropped, droppedEntries.join(QStringLiteral("; "))));
+            info.emplace_back(QStringLiteral("dropped_soils"), appendEntry(baseDropped, p.droppedEntries.join(QStringLiteral("; "))));
         if (!opt.soilsPath.isEmpty()) {
             info.emplace_back(QStringLiteral("added_catalogues"),
                               appendEntry(baseCatalogues, QStringLiteral("%1 (%2)").arg(QFileInfo(opt.soilsPath).fileName(), date)));
@@ -650,6 +694,15 @@ TrickleBuildSummary TrickleBuild::run()
     info.emplace_back(QStringLiteral("cases"), QString::number(stored.size()));
     info.emplace_back(QStringLiteral("max_mass_balance_error"), QString::number(sum.largestMassBalanceError, 'g', 6));
     info.emplace_back(QStringLiteral("max_mass_balance_case"), sum.largestMassBalanceCase);
+    if (sharded) {
+        // What makes the file a part: the viewer and --base refuse it, --merge looks for it.
+        if (!baseName.isEmpty())
+            info.emplace_back(QStringLiteral("base_database"), baseName);
+        info.emplace_back(QStringLiteral("shard"), shardText);
+        info.emplace_back(QStringLiteral("build_fingerprint"), ShardInputs::fingerprint(inputs));
+        info.emplace_back(QStringLiteral("partial"), ShardInputs::partialNote(opt.shard, opt.shards));
+        writer.writeShardInputs(inputs);
+    }
     writer.writeBuildInfo(info);
     writer.finish();
 
@@ -668,8 +721,10 @@ TrickleBuildSummary TrickleBuild::run()
         computed = QStringLiteral("%1 case(s) in %2 (%3 s) on %4 thread(s); cheapest case %5 s (%6), dearest %7 s (%8)")
                        .arg(sum.cases).arg(fmtDuration(sum.wallSeconds)).arg(sum.wallSeconds, 0, 'f', 1).arg(threads)
                        .arg(sum.cheapestSeconds, 0, 'f', 2).arg(sum.cheapestCase).arg(sum.dearestSeconds, 0, 'f', 2).arg(sum.dearestCase);
-    m_log(QStringLiteral("trickle-build: wrote %1: %2; largest mass balance error %3 % (%4)")
-              .arg(opt.outPath, computed).arg(100.0 * sum.largestMassBalanceError, 0, 'g', 3)
+    m_log(QStringLiteral("trickle-build: wrote %1%2: %3; largest mass balance error %4 % (%5)")
+              .arg(opt.outPath, sharded ? QStringLiteral(" (shard %1 of %2 of the build)").arg(opt.shard).arg(opt.shards) : QString(),
+                   computed)
+              .arg(100.0 * sum.largestMassBalanceError, 0, 'g', 3)
               .arg(sum.largestMassBalanceCase.isEmpty() ? QStringLiteral("no case") : sum.largestMassBalanceCase));
     return sum;
 }

@@ -44,6 +44,21 @@ struct TrickleBuildOptions
     bool keepGoing = false;       // after a failed case, run the others and list every failure
     QString buildDate;            // recorded in BuildInfo as given
     QString solverSettings;       // description of the solver's settings, recorded in BuildInfo
+    // One part of a build shared out over several machines: only the cases of
+    // shard `shard` of `shards` (1-based) are computed, and the output is a
+    // partial database that trickle-build --merge joins with the other parts.
+    // 0 and 0: the whole build.
+    int shard = 0;
+    int shards = 0;
+};
+
+// The cases of a build and what they are computed for, as run() would compute
+// them: every case of every shard, in the order in which they are written.
+struct TrickleBuildPlan
+{
+    TrickleSweep sweep;
+    std::vector<TrickleBuildCase> cases;
+    std::vector<QString> names; // of each case, with its soil's name
 };
 
 struct TrickleBuildSummary
@@ -68,6 +83,11 @@ struct TrickleBuildSummary
 // name, and a base that the output replaces stays as it was until that rename; the
 // temporary file is removed on failure. The solver is passed in as `Runner`, so
 // this class does not depend on it.
+//
+// A build may be shared out over several machines: each shard computes every
+// N-th case of the fixed order and writes a partial database, which carries the
+// build's inputs (see ShardInputs) so that ShardMerge can write the whole
+// database through run() once more, with the stored results as its Runner.
 class TrickleBuild
 {
 public:
@@ -82,6 +102,18 @@ public:
     // Throws UlvexError on any failure (see TrickleBuildErrors).
     TrickleBuildSummary run();
 
+    // Checks the options, the base and the catalogue as run() does and lists
+    // the cases of the whole build, without computing or writing anything.
+    TrickleBuildPlan plan() const;
+    // Refuses an output that may not be written (a folder, an existing file
+    // without `force`, a folder that does not exist), before anything is
+    // computed or written.
+    static void checkOutput(const QString &outPath, bool force);
+    // The shard (1..shards) that computes the case at `index` of the plan's
+    // order: round-robin, so that every shard gets its share of the dear cases
+    // (the large flows of each soil) and of the cheap ones.
+    static int shardOf(size_t index, int shards) { return int(index % size_t(shards)) + 1; }
+
     static const std::vector<double> &defaultFlowRates(); // L/h, FlowRateNo order
     static const std::vector<double> &initialHeads();     // m
     static constexpr int kDefaultHours = 24;
@@ -91,18 +123,22 @@ public:
     // suction in metres (3, 6 or 10; -3 etc. also accepted) and "surface" or
     // "buried" (or s / b).
     static TrickleBuildCase parseCase(const QString &text);
+    // "SOIL,FLOW,IC,EMITTER" as parseCase() reads it, e.g. "4,5,10,buried".
+    static QString caseText(const TrickleBuildCase &c);
     static QString caseName(const TrickleBuildCase &c, const std::vector<double> &flowRates,
                             const QString &soilName = QString());
+    // Numbers written to BuildInfo and kept for a merge: the shortest text that
+    // reads back as the same number, so that a build on this database (or the
+    // merge of a sharded build) computes with exactly the same values.
+    static QString exactNumber(double v);
     // The build date recorded in BuildInfo: `given` when not empty, else the time
     // in SOURCE_DATE_EPOCH when set (reproducible builds), else now; ISO 8601 UTC.
     static QString buildDate(const QString &given);
 
-    // Makes SIGINT and SIGTERM remove the temporary file of a build in progress
-    // before the process ends. For the command-line tool.
-    static void installInterruptCleanup();
-
 private:
+    struct Prepared;
     void checkOptions() const;
+    Prepared prepare() const;
 
     TrickleBuildOptions m_options;
     Runner m_runner;

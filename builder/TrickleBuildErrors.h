@@ -12,6 +12,7 @@ enum : int {
     CaseFailed = 3005,    // a simulation failed or a front reached the domain's edge
     FileSystem = 3006,    // temporary file or rename failed
     Base = 3007,          // the database to build on (--base) is missing, not a database or lacks a table
+    Merge = 3008,         // --merge: a part is missing, given twice, of another build, incomplete or no part at all
 };
 
 } // namespace TrickleBuildErrors

@@ -1,8 +1,12 @@
 // trickle-build: computes the wetting fronts of the whole sweep (every soil of
 // the catalogue, flow rate, initial water content and emitter position) and
 // writes them to the SQLite database that the Ulvex program reads; or adds soils
-// to such a database, or drops soils from it.
+// to such a database, or drops soils from it. A big build can be shared out over
+// several machines (--shard K/N) and its parts joined again (--merge).
 
+#include "builder/InterruptCleanup.h"
+#include "builder/ShardInputs.h"
+#include "builder/ShardMerge.h"
 #include "builder/TrickleBuild.h"
 #include "builder/TrickleBuildErrors.h"
 #include "builder/WettingSimulation.h"
@@ -13,6 +17,7 @@
 #include <QLocale>
 
 #include <cstdio>
+#include <functional>
 
 namespace {
 
@@ -20,6 +25,22 @@ void complain(const QString &text)
 {
     const QByteArray b = (QStringLiteral("trickle-build: ") + text + QLatin1Char('\n')).toLocal8Bit();
     std::fwrite(b.constData(), 1, size_t(b.size()), stderr);
+}
+
+// Runs the build or the merge: exit status 0 on success, 2 on a usage error, 1
+// on any other failure, which is told on one line.
+int runReporting(const std::function<void()> &work)
+{
+    try {
+        work();
+    } catch (const UlvexError &e) {
+        complain(QStringLiteral("error %1: %2").arg(e.number()).arg(e.description()));
+        return e.number() == TrickleBuildErrors::Usage ? 2 : 1;
+    } catch (const std::exception &e) {
+        complain(QStringLiteral("error: %1").arg(QString::fromLocal8Bit(e.what())));
+        return 1;
+    }
+    return 0;
 }
 
 } // namespace
@@ -39,7 +60,10 @@ int main(int argc, char *argv[])
         "With --base, the catalogue's soils are computed for the sweep of that database and\n"
         "added to a copy of it; --drop-soil leaves soils of the base out.\n"
         "The build date stored in the database is --build-date, else SOURCE_DATE_EPOCH\n"
-        "when set, else the current time."));
+        "when set, else the current time.\n"
+        "--shard K/N computes only the K-th of N parts of the build, into a partial database;\n"
+        "trickle-build --merge PART... --out FILE joins the parts into the database that the\n"
+        "same build writes in one run."));
     parser.addHelpOption();
     parser.addVersionOption();
     const QCommandLineOption soilsOpt(QStringLiteral("soils"), QStringLiteral("Soil catalogue (CSV) to read."), QStringLiteral("file"));
@@ -70,9 +94,43 @@ int main(int argc, char *argv[])
     const QCommandLineOption dropOpt(QStringLiteral("drop-soil"),
                                      QStringLiteral("With --base: leave out this SoilTypeNo of the base (may be repeated)."),
                                      QStringLiteral("N"));
+    const QCommandLineOption shardOpt(QStringLiteral("shard"),
+                                      QStringLiteral("Compute only the K-th of N parts of the build (1 <= K <= N) into a partial database; "
+                                                     "join the parts with --merge."),
+                                      QStringLiteral("K/N"));
+    const QCommandLineOption mergeOpt(QStringLiteral("merge"),
+                                      QStringLiteral("Join the partial databases given as arguments (every shard of one build) into "
+                                                     "the database of the whole build (with --out, --force, --build-date)."));
     parser.addOptions({soilsOpt, outOpt, baseOpt, dropOpt, flowsOpt, hoursOpt, threadsOpt, thresholdOpt, onlyOpt, keepGoingOpt,
-                       forceOpt, dateOpt});
+                       forceOpt, dateOpt, shardOpt, mergeOpt});
+    parser.addPositionalArgument(QStringLiteral("parts"), QStringLiteral("With --merge: the partial databases to join."),
+                                 QStringLiteral("[PART...]"));
     parser.process(app);
+
+    if (parser.isSet(mergeOpt)) {
+        // The parts carry the build's catalogue, base and options: nothing else to say.
+        for (const QCommandLineOption *o : {&soilsOpt, &baseOpt, &dropOpt, &flowsOpt, &hoursOpt, &threadsOpt, &thresholdOpt, &onlyOpt,
+                                            &keepGoingOpt, &shardOpt}) {
+            if (parser.isSet(*o)) {
+                complain(QStringLiteral("--merge takes the parts, --out, --force and --build-date only; --%1 belongs to the builds "
+                                        "of the shards, whose parts carry it; see --help").arg(o->names().first()));
+                return 2;
+            }
+        }
+        if (parser.positionalArguments().isEmpty() || !parser.isSet(outOpt)) {
+            complain(QStringLiteral("--merge needs the partial databases and --out; see --help"));
+            return 2;
+        }
+        return runReporting([&]() {
+            ShardMergeOptions options;
+            options.parts = parser.positionalArguments();
+            options.outPath = parser.value(outOpt);
+            options.force = parser.isSet(forceOpt);
+            options.buildDate = parser.value(dateOpt);
+            InterruptCleanup::install();
+            ShardMerge(options).run();
+        });
+    }
 
     if (!parser.positionalArguments().isEmpty()) {
         complain(QStringLiteral("unexpected argument \"%1\"; see --help").arg(parser.positionalArguments().first()));
@@ -84,7 +142,7 @@ int main(int argc, char *argv[])
         return 2;
     }
 
-    try {
+    return runReporting([&]() {
         TrickleBuildOptions options;
         options.soilsPath = parser.value(soilsOpt);
         options.outPath = parser.value(outOpt);
@@ -132,19 +190,16 @@ int main(int argc, char *argv[])
         }
         for (const QString &only : parser.values(onlyOpt))
             options.only.push_back(TrickleBuild::parseCase(only));
+        if (parser.isSet(shardOpt) && !ShardInputs::parseShard(parser.value(shardOpt), options.shard, options.shards))
+            throw UlvexError(TrickleBuildErrors::Usage,
+                             QStringLiteral("--shard \"%1\" is not K/N with 1 <= K <= N, e.g. 2/3 for the second of three parts")
+                                 .arg(parser.value(shardOpt)));
 
         const builder::SolverSettings settings;
         options.solverSettings = QString::fromStdString(settings.describe());
 
         TrickleBuild build(options, [settings](const builder::CaseSpec &caseSpec) { return builder::runCase(caseSpec, settings); });
-        TrickleBuild::installInterruptCleanup();
+        InterruptCleanup::install();
         build.run();
-    } catch (const UlvexError &e) {
-        complain(QStringLiteral("error %1: %2").arg(e.number()).arg(e.description()));
-        return e.number() == TrickleBuildErrors::Usage ? 2 : 1;
-    } catch (const std::exception &e) {
-        complain(QStringLiteral("error: %1").arg(QString::fromLocal8Bit(e.what())));
-        return 1;
-    }
-    return 0;
+    });
 }

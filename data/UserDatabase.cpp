@@ -117,6 +117,14 @@ QString UserDatabase::problem(const QString &path)
         if (!soils.exec(QStringLiteral("Select count(*) from SoilTypeData")) || !soils.next()
             || soils.value(0).toInt() < 1)
             return QStringLiteral("The database %1 holds no soils").arg(path);
+        // One part of a build shared out over several machines has every table
+        // but only its share of the cases: the other soils and flow rates would
+        // show no fronts at all.
+        QSqlQuery shard(db);
+        if (shard.exec(QStringLiteral("Select value from BuildInfo where key = 'shard'")) && shard.next())
+            return QStringLiteral("The database %1 is only one part (shard %2) of a database built on several machines; "
+                                  "its parts are joined with trickle-build --merge")
+                .arg(path, shard.value(0).toString());
         return QString();
     });
     if (!error.isEmpty() && !error.startsWith(QLatin1String("The database")))

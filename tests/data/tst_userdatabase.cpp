@@ -88,6 +88,7 @@ private slots:
         QTest::newRow("missing column") << "column";
         QTest::newRow("empty file") << "empty";
         QTest::newRow("unreadable") << "unreadable";
+        QTest::newRow("one part of a sharded build") << "shard";
     }
     void anUnusableUserDatabaseFallsBackNamingTheFile()
     {
@@ -103,6 +104,10 @@ private slots:
             TestDatabase::Options o;
             o.omitColumns.insert("SurfaceData-c3", {"z"});
             TestDatabase::create(userFolder(), o);
+        } else if (kind == "shard") {
+            TestDatabase::create(userFolder());
+            TestDatabase::addBuildInfo(user(), {{"build_date", "2026-11-20T10:00:00Z"}, {"shard", "2/3"},
+                                                {"partial", "shard 2 of 3 of a build; merge the parts with trickle-build --merge"}});
         } else if (kind == "empty") {
             QVERIFY(writeAll(user(), QByteArray()));
         } else {
@@ -117,6 +122,8 @@ private slots:
         QCOMPARE(UserDatabase::activePath(), program() + "/trickle.db");
         if (kind == "table")
             QVERIFY2(problem.contains("BuriedData-c6"), qPrintable(problem));
+        if (kind == "shard")
+            QVERIFY2(problem.contains("only one part (shard 2/3)") && problem.contains("trickle-build --merge"), qPrintable(problem));
         if (kind == "column")
             QVERIFY2(problem.contains("SurfaceData-c3") && problem.contains(" z"), qPrintable(problem));
         // The file is left as it was.
