@@ -9,6 +9,7 @@ packages=(
   libgl-dev libeigen3-dev libsqlite3-dev sqlite3
   xvfb xauth poppler-utils fonts-dejavu-core
   cups-daemon cups-client
+  parallel slurmctld slurmd slurm-client munge
 )
 
 missing=()

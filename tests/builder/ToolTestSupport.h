@@ -1,10 +1,13 @@
 #pragma once
 
 // Helpers shared by the trickle-build tests: reading a built database through
-// Qt's SQLite driver (as the program does) and comparing files.
+// Qt's SQLite driver (as the program does), comparing files, running programs.
 
 #include <QByteArray>
+#include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
+#include <QProcess>
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
@@ -15,6 +18,8 @@
 #include <QtTest>
 
 #include <atomic>
+#include <csignal>
+#include <sys/types.h>
 
 // Opens `path` read-only for the lifetime of the object.
 class ToolDb
@@ -141,4 +146,93 @@ inline QStringList expectedTables()
                      "SoilTypeData", "SurfaceData", "SurfaceData-c", "SurfaceData-c3", "SurfaceData-c6", "TimeData"};
     t.sort();
     return t;
+}
+
+// What a program run by a test did.
+struct ProgramRun
+{
+    int exitCode = -1;
+    QProcess::ExitStatus status = QProcess::CrashExit;
+    QString out;
+    QString err;
+
+    bool succeeded() const { return status == QProcess::NormalExit && exitCode == 0; }
+};
+
+// Runs `program` to its end (killed after `timeoutMs`, which err then says).
+inline ProgramRun runProgram(const QString &program, const QStringList &args, int timeoutMs = 50000,
+                             const QString &workingDirectory = QString(),
+                             const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment())
+{
+    QProcess p;
+    p.setWorkingDirectory(workingDirectory);
+    p.setProcessEnvironment(environment);
+    p.start(program, args);
+    ProgramRun r;
+    if (!p.waitForFinished(timeoutMs)) {
+        p.kill();
+        p.waitForFinished();
+        r.err = QStringLiteral("%1 did not finish in time (or did not start): %2").arg(program, p.errorString());
+        return r;
+    }
+    r.exitCode = p.exitCode();
+    r.status = p.exitStatus();
+    r.out = QString::fromLocal8Bit(p.readAllStandardOutput());
+    r.err = QString::fromLocal8Bit(p.readAllStandardError());
+    return r;
+}
+
+inline QStringList folderEntries(const QString &dir)
+{
+    return QDir(dir).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+}
+
+// A catalogue at `path` holding the soils of the given numbers of the catalogue `from`.
+inline bool writeCatalogueSoils(const QString &from, const QString &path, const QList<int> &soils)
+{
+    QByteArray out;
+    bool header = false;
+    for (const QByteArray &line : fileBytes(from).split('\n')) {
+        if (line.startsWith('#') || line.trimmed().isEmpty())
+            continue;
+        if (!header || soils.contains(line.left(line.indexOf(',')).toInt()))
+            out += line + '\n';
+        header = true;
+    }
+    return writeFileBytes(path, out);
+}
+
+// Starts `program`, waits until it has its temporary file beside the output
+// `dir`/`outName` (it is computing then), checks that nothing but that file
+// and SQLite's journal beside it has appeared, stops the program with `sig`
+// and checks that the folder holds again what it held before.
+inline void stopWhileComputing(const QString &program, const QStringList &args, const QString &dir, const QString &outName, int sig)
+{
+    const QStringList before = folderEntries(dir);
+    const QString prefix = QLatin1Char('.') + outName + QLatin1Char('.');
+    auto added = [&]() {
+        QStringList e = folderEntries(dir);
+        for (const QString &b : before)
+            e.removeAll(b);
+        return e;
+    };
+    QProcess p;
+    p.start(program, args);
+    QVERIFY(p.waitForStarted());
+    QElapsedTimer t;
+    t.start();
+    while (added().isEmpty() && t.elapsed() < 10000)
+        QTest::qWait(20);
+    // Only the temporary file (and SQLite's journal beside it), never the output name.
+    const QStringList during = added();
+    QVERIFY(!during.isEmpty());
+    QVERIFY2(during.first().endsWith(QStringLiteral(".part")), qPrintable(during.join(QLatin1Char(' '))));
+    for (const QString &e : during)
+        QVERIFY2(e.startsWith(prefix), qPrintable(e));
+    QTest::qWait(300);
+    QCOMPARE(p.state(), QProcess::Running);
+    QCOMPARE(::kill(pid_t(p.processId()), sig), 0);
+    QVERIFY(p.waitForFinished(10000));
+    QCOMPARE(p.exitStatus(), QProcess::CrashExit); // ended by the signal, as a user expects
+    QCOMPARE(folderEntries(dir), before);
 }

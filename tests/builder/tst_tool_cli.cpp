@@ -22,48 +22,22 @@ const QString kSoils = QStringLiteral(ULVEX_SOURCE_DIR "/assets/soils.csv");
 // A case the solver finishes quickly: sand, 0.5 L/h, dry, surface.
 const QString kQuickCase = QStringLiteral("1,1,10,surface");
 
-struct Run
-{
-    int exitCode = -1;
-    QProcess::ExitStatus status = QProcess::CrashExit;
-    QString err;
-};
+using Run = ProgramRun;
 
 Run runTool(const QStringList &args, int timeoutMs = 50000)
 {
-    QProcess p;
-    p.start(kTool, args);
-    Run r;
-    if (!p.waitForFinished(timeoutMs)) {
-        p.kill();
-        p.waitForFinished();
-        r.err = QStringLiteral("timed out");
-        return r;
-    }
-    r.exitCode = p.exitCode();
-    r.status = p.exitStatus();
-    r.err = QString::fromLocal8Bit(p.readAllStandardError());
-    return r;
+    return runProgram(kTool, args, timeoutMs);
 }
 
 QStringList entries(const QString &dir)
 {
-    return QDir(dir).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    return folderEntries(dir);
 }
 
 // A catalogue at `path` holding the shipped catalogue's soils of the given numbers.
 bool writeShippedSoils(const QString &path, const QList<int> &soils)
 {
-    QByteArray out;
-    bool header = false;
-    for (const QByteArray &line : fileBytes(kSoils).split('\n')) {
-        if (line.startsWith('#') || line.trimmed().isEmpty())
-            continue;
-        if (!header || soils.contains(line.left(line.indexOf(',')).toInt()))
-            out += line + '\n';
-        header = true;
-    }
-    return writeFileBytes(path, out);
+    return writeCatalogueSoils(kSoils, path, soils);
 }
 
 void addSignalRows()
@@ -73,39 +47,9 @@ void addSignalRows()
     QTest::newRow("SIGTERM") << int(SIGTERM);
 }
 
-// Starts the tool, waits until it has its temporary file beside the output
-// `dir`/`outName` (it is computing then), checks that nothing but that file and
-// SQLite's journal beside it has appeared, stops the tool with `sig` and checks
-// that the folder holds again what it held before.
 void stopWhileComputing(const QStringList &args, const QString &dir, const QString &outName, int sig)
 {
-    const QStringList before = entries(dir);
-    const QString prefix = QLatin1Char('.') + outName + QLatin1Char('.');
-    auto added = [&]() {
-        QStringList e = entries(dir);
-        for (const QString &b : before)
-            e.removeAll(b);
-        return e;
-    };
-    QProcess p;
-    p.start(kTool, args);
-    QVERIFY(p.waitForStarted());
-    QElapsedTimer t;
-    t.start();
-    while (added().isEmpty() && t.elapsed() < 10000)
-        QTest::qWait(20);
-    // Only the temporary file (and SQLite's journal beside it), never the output name.
-    const QStringList during = added();
-    QVERIFY(!during.isEmpty());
-    QVERIFY2(during.first().endsWith(QStringLiteral(".part")), qPrintable(during.join(QLatin1Char(' '))));
-    for (const QString &e : during)
-        QVERIFY2(e.startsWith(prefix), qPrintable(e));
-    QTest::qWait(300);
-    QCOMPARE(p.state(), QProcess::Running);
-    QCOMPARE(::kill(pid_t(p.processId()), sig), 0);
-    QVERIFY(p.waitForFinished(10000));
-    QCOMPARE(p.exitStatus(), QProcess::CrashExit); // ended by the signal, as a user expects
-    QCOMPARE(entries(dir), before);
+    ::stopWhileComputing(kTool, args, dir, outName, sig);
 }
 
 // The sweep of the real-solver tests on a base: two hours, two flow rates.

@@ -41,11 +41,6 @@ const char *const kUnnumbered = "Name,Texture,Clay (%),Soil Classification,theta
                                 "Peat,organic,5,test soil,0.05,0.6,0.05,1.5,50\n"
                                 "Chalk,medium,10,test soil,0.04,0.4,0.02,1.4,20\n";
 
-QStringList entries(const QString &dir)
-{
-    return QDir(dir).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
-}
-
 // The shipped soils over a small sweep that differs from the standard one.
 TrickleBuildOptions sweepOptions(const QString &out)
 {
@@ -94,7 +89,7 @@ void expectMergeRefused(const QStringList &parts, const QString &out, int number
 {
     const QString folder = QFileInfo(out).absolutePath();
     std::map<QString, QByteArray> before;
-    for (const QString &e : entries(folder))
+    for (const QString &e : folderEntries(folder))
         before[e] = fileBytes(QDir(folder).filePath(e));
     try {
         mergeQuietly(parts, out);
@@ -108,7 +103,7 @@ void expectMergeRefused(const QStringList &parts, const QString &out, int number
     for (const auto &b : before)
         names << b.first;
     names.sort();
-    QStringList now = entries(folder);
+    QStringList now = folderEntries(folder);
     now.sort();
     QCOMPARE(now, names);
     for (const auto &b : before)
@@ -289,7 +284,7 @@ private slots:
                 expected << QLatin1String(f);
         }
         expected.sort();
-        QCOMPARE(entries(dir.path()), expected);
+        QCOMPARE(folderEntries(dir.path()), expected);
         // The parts are read, never changed, and on a base hold only the soils computed.
         ToolDb part(parts.last());
         QCOMPARE(part.value(QStringLiteral("SELECT count(*) FROM CaseInfo WHERE SoilType <= 10")).toInt() > 0,
@@ -547,7 +542,7 @@ private slots:
         standInBuild(o);
         const QStringList parts = buildShards(o, 3, dir.path());
         QVERIFY(QFile::remove(parts[1]));
-        const QStringList before = entries(dir.path());
+        const QStringList before = folderEntries(dir.path());
 
         o.shard = 2;
         o.shards = 3;
@@ -566,7 +561,7 @@ private slots:
             QVERIFY2(e.description().contains(QStringLiteral("the solver failed: the Picard iteration did not converge")), qPrintable(e.description()));
             QVERIFY2(e.description().endsWith(QStringLiteral("; no database written")), qPrintable(e.description()));
         }
-        QCOMPARE(entries(dir.path()), before);
+        QCOMPARE(folderEntries(dir.path()), before);
         const QString merged = dir.filePath(QStringLiteral("merged.db"));
         expectMergeRefused({parts[0], parts[2]}, merged, TrickleBuildErrors::Merge, {"shard 2 of 3 is missing"});
 
@@ -585,11 +580,11 @@ private slots:
         o.soilsPath = dir.filePath(QStringLiteral("mine.csv"));
         o.outPath = dir.filePath(QStringLiteral("out.db"));
         o.solverSettings = QStringLiteral("test double");
-        const QStringList before = entries(dir.path());
+        const QStringList before = folderEntries(dir.path());
         expectRefused(o, TrickleBuildErrors::Base,
                       QStringLiteral("the base database %1 is one part of a build shared out over several machines (shard 2/2), "
                                      "not a finished database; merge the parts with trickle-build --merge first").arg(parts[1]));
-        QCOMPARE(entries(dir.path()), before);
+        QCOMPARE(folderEntries(dir.path()), before);
     }
 
     void badShardOptions_data()
@@ -611,7 +606,7 @@ private slots:
         o.shard = shard;
         o.shards = shards;
         expectRefused(o, TrickleBuildErrors::Usage, QStringLiteral("--shard %1/%2: K/N must have 1 <= K <= N").arg(shard).arg(shards));
-        QCOMPARE(entries(dir.path()), QStringList());
+        QCOMPARE(folderEntries(dir.path()), QStringList());
         int k = 0, n = 0;
         QVERIFY(!ShardInputs::parseShard(QStringLiteral("%1/%2").arg(shard).arg(shards), k, n));
         QVERIFY(ShardInputs::parseShard(QStringLiteral("3/3"), k, n) && k == 3 && n == 3);
@@ -648,7 +643,7 @@ private slots:
                 if (!e.description().contains(folder))
                     return QStringLiteral("the error does not name the file: ") + e.description();
             }
-            QStringList left = entries(folder);
+            QStringList left = folderEntries(folder);
             left.removeAll(QLatin1String(FullDisk::FillerName));
             if (left != QStringList({"part-1.db", "part-2.db"}))
                 return QStringLiteral("left behind: ") + left.join(QStringLiteral(", "));
