@@ -19,9 +19,14 @@ extern "C" void onInterrupt(int sig)
         if (g_used[i])
             ::unlink(g_paths[i]);
     }
-    for (int i = 0; i < kSlots; ++i) {
-        if (g_used[i])
-            ::rmdir(g_paths[i]);
+    // A folder goes only once the folders in it have gone: the latest
+    // registered first, which is the usual order, and a second round for any
+    // other.
+    for (int round = 0; round < 2; ++round) {
+        for (int i = kSlots - 1; i >= 0; --i) {
+            if (g_used[i])
+                ::rmdir(g_paths[i]);
+        }
     }
     std::signal(sig, SIG_DFL);
     std::raise(sig);

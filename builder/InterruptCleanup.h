@@ -14,8 +14,8 @@ namespace InterruptCleanup {
 void install();
 
 // Registers a path for as long as the object lives. The handler unlinks every
-// registered file first and then removes the registered folders, which are
-// empty by then when their files were registered as well.
+// registered file first and then removes the registered folders, inner ones
+// first, which are empty by then when what they hold was registered as well.
 class Guard
 {
 public:

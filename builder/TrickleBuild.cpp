@@ -367,6 +367,10 @@ void TrickleBuild::checkOptions() const
         const auto twice = std::adjacent_find(drops.begin(), drops.end());
         if (twice != drops.end())
             throw usage(QStringLiteral("--drop-soil %1 is given twice").arg(*twice));
+        // A part holds only its own cases: it must not take the base's place.
+        if (opt.shards > 0 && QFileInfo(opt.outPath) == QFileInfo(opt.basePath))
+            throw usage(QStringLiteral("--shard: --out %1 names the base database; a part of the build cannot replace the base")
+                            .arg(opt.outPath));
     }
     const double threshold = opt.frontThreshold.value_or(0.1);
     if (!(threshold > 0.0 && threshold < 1.0))

@@ -202,6 +202,15 @@ inline bool writeCatalogueSoils(const QString &from, const QString &path, const 
     return writeFileBytes(path, out);
 }
 
+// The data rows of a test run once per signal that stops a build: the column
+// "sig", SIGINT and SIGTERM.
+inline void addSignalRows()
+{
+    QTest::addColumn<int>("sig");
+    QTest::newRow("SIGINT") << int(SIGINT);
+    QTest::newRow("SIGTERM") << int(SIGTERM);
+}
+
 // Starts `program`, waits until it has its temporary file beside the output
 // `dir`/`outName` (it is computing then), checks that nothing but that file
 // and SQLite's journal beside it has appeared, stops the program with `sig`

@@ -40,13 +40,6 @@ bool writeShippedSoils(const QString &path, const QList<int> &soils)
     return writeCatalogueSoils(kSoils, path, soils);
 }
 
-void addSignalRows()
-{
-    QTest::addColumn<int>("sig");
-    QTest::newRow("SIGINT") << int(SIGINT);
-    QTest::newRow("SIGTERM") << int(SIGTERM);
-}
-
 void stopWhileComputing(const QStringList &args, const QString &dir, const QString &outName, int sig)
 {
     ::stopWhileComputing(kTool, args, dir, outName, sig);

@@ -2,8 +2,8 @@
 // real solver on a tiny sweep (two cheap soils, 2 hours, 0.5 and 1 L/h): the
 // shards run side by side under GNU parallel and their merge is the one-run
 // build byte for byte, on a base too; a shard killed while computing leaves
-// nothing, is missed by the merge and is built again; the command line's
-// errors and exit statuses; and the Slurm scripts of builder/cluster, run by
+// nothing, is missed by the merge and is built again; a merge stopped by a
+// signal leaves nothing; the command line's errors and exit statuses; and the Slurm scripts of builder/cluster, run by
 // hand with the array variables set and submitted to a real Slurm of one node
 // (munged, slurmctld and slurmd started by the test) as an array job and a
 // dependent merge job.
@@ -336,6 +336,49 @@ private slots:
         const ProgramRun m = mergeParts(parts, merged);
         QVERIFY2(m.succeeded(), qPrintable(m.err));
         QVERIFY(fileBytes(merged) == fileBytes(m_single));
+    }
+
+    void interruptedMergeLeavesNothing_data() { addSignalRows(); }
+
+    void interruptedMergeLeavesNothing()
+    {
+        // Stopped while it writes the build's inputs or the database, the merge
+        // leaves neither behind; left alone, it gives the one-run build.
+        QFETCH(int, sig);
+        QTemporaryDir dir;
+        // A base with a large table of the user's own, so that the merge takes
+        // long enough to be stopped; dropping a soil computes nothing.
+        const QString base = dir.filePath(QStringLiteral("user.db"));
+        QVERIFY(QFile::copy(m_added, base));
+        QVERIFY(execSql(base, {"CREATE TABLE Pictures (Picture BLOB)", "INSERT INTO Pictures VALUES (zeroblob(30000000))"}));
+        const QStringList drop = {"--base", base, "--drop-soil", "6", "--build-date", kDate};
+        QStringList parts;
+        for (int k = 1; k <= 2; ++k) {
+            parts << dir.filePath(QStringLiteral("part-%1.db").arg(k));
+            const ProgramRun r = runProgram(kTool, drop + QStringList{"--shard", QStringLiteral("%1/2").arg(k), "--out", parts.last()});
+            QVERIFY2(r.succeeded(), qPrintable(r.err));
+        }
+        const QString out = dir.filePath(QStringLiteral("trickle.db"));
+        const QStringList before = folderEntries(dir.path());
+        QProcess p;
+        p.start(kTool, QStringList{"--merge"} + parts + QStringList{"--out", out});
+        QVERIFY(p.waitForStarted());
+        auto merging = [&]() { return !folderEntries(dir.path()).filter(QRegularExpression(QStringLiteral("^\\.trickle\\.db\\."))).isEmpty(); };
+        QElapsedTimer t;
+        t.start();
+        while (!merging() && p.state() == QProcess::Running && t.elapsed() < 30000)
+            QThread::msleep(2);
+        QVERIFY2(merging(), "the merge wrote nothing beside the output before it ended");
+        QCOMPARE(::kill(pid_t(p.processId()), sig), 0);
+        QVERIFY(p.waitForFinished(20000));
+        QCOMPARE(p.exitStatus(), QProcess::CrashExit);
+        QCOMPARE(folderEntries(dir.path()), before);
+
+        const ProgramRun merged = mergeParts(parts, out);
+        QVERIFY2(merged.succeeded(), qPrintable(merged.err));
+        const ProgramRun single = runProgram(kTool, drop + QStringList{"--out", dir.filePath(QStringLiteral("single.db"))});
+        QVERIFY2(single.succeeded(), qPrintable(single.err));
+        QVERIFY(fileBytes(out) == fileBytes(dir.filePath(QStringLiteral("single.db"))));
     }
 
     void commandLine_data()

@@ -587,6 +587,28 @@ private slots:
         QCOMPARE(folderEntries(dir.path()), before);
     }
 
+    void aShardDoesNotReplaceItsBase()
+    {
+        QTemporaryDir dir;
+        TrickleBuildOptions b = sweepOptions(dir.filePath(QStringLiteral("base.db")));
+        b.only = {TrickleBuild::parseCase(QStringLiteral("1,1,3,surface"))};
+        standInBuild(b);
+        const QByteArray baseBytes = fileBytes(b.outPath);
+        QVERIFY(writeFileBytes(dir.filePath(QStringLiteral("mine.csv")), kUnnumbered));
+        TrickleBuildOptions o;
+        o.basePath = b.outPath;
+        o.soilsPath = dir.filePath(QStringLiteral("mine.csv"));
+        o.outPath = dir.filePath(QStringLiteral("./base.db"));
+        o.force = true;
+        o.shard = 1;
+        o.shards = 2;
+        o.solverSettings = QStringLiteral("test double");
+        expectRefused(o, TrickleBuildErrors::Usage,
+                      QStringLiteral("--shard: --out %1 names the base database; a part of the build cannot replace the base").arg(o.outPath));
+        QCOMPARE(fileBytes(b.outPath), baseBytes);
+        QCOMPARE(folderEntries(dir.path()), QStringList({"base.db", "mine.csv"}));
+    }
+
     void badShardOptions_data()
     {
         QTest::addColumn<int>("shard");
