@@ -9,6 +9,7 @@
 #include <QVariant>
 
 #include <cmath>
+#include <functional>
 #include <stdexcept>
 
 namespace {
@@ -25,6 +26,31 @@ void run(QSqlQuery &query, const QString &sql)
     if (!query.exec(sql))
         throw std::runtime_error(("TestDatabase: " + sql + ": " + query.lastError().text())
                                      .toStdString());
+}
+
+// Opens the file for writing on a connection of its own, runs `use` on it and
+// closes and removes the connection again, also when `use` throws.
+void withDatabase(const QString &path, const std::function<void(QSqlDatabase &)> &use)
+{
+    const QString connection = QStringLiteral("testdb-") + QUuid::createUuid().toString();
+    std::exception_ptr failure;
+    {
+        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connection);
+        db.setDatabaseName(path);
+        if (!db.open())
+            failure = std::make_exception_ptr(
+                std::runtime_error(("TestDatabase: " + db.lastError().text()).toStdString()));
+        else
+            try {
+                use(db);
+            } catch (...) {
+                failure = std::current_exception();
+            }
+        db.close();
+    }
+    QSqlDatabase::removeDatabase(connection);
+    if (failure)
+        std::rethrow_exception(failure);
 }
 
 bool isBuried(const QString &table) { return table.startsWith(QLatin1String("Buried")); }
@@ -84,12 +110,7 @@ double TestDatabase::flowRate(int flow)
 
 void TestDatabase::addBuildInfo(const QString &path, const QMap<QString, QString> &entries)
 {
-    const QString connection = QStringLiteral("testdb-") + QUuid::createUuid().toString();
-    {
-        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connection);
-        db.setDatabaseName(path);
-        if (!db.open())
-            throw std::runtime_error(("TestDatabase: " + db.lastError().text()).toStdString());
+    withDatabase(path, [&entries](QSqlDatabase &db) {
         QSqlQuery q(db);
         run(q, QStringLiteral("CREATE TABLE IF NOT EXISTS BuildInfo (key TEXT PRIMARY KEY, value TEXT)"));
         for (auto it = entries.cbegin(); it != entries.cend(); ++it) {
@@ -99,9 +120,7 @@ void TestDatabase::addBuildInfo(const QString &path, const QMap<QString, QString
             if (!q.exec())
                 throw std::runtime_error(("TestDatabase: " + q.lastError().text()).toStdString());
         }
-        db.close();
-    }
-    QSqlDatabase::removeDatabase(connection);
+    });
 }
 
 QString TestDatabase::create(const QString &folder)
@@ -119,12 +138,7 @@ QString TestDatabase::create(const QString &folder, const Options &options)
     if (QFile::exists(path) && !QFile::remove(path))
         throw std::runtime_error(("TestDatabase: cannot replace " + path).toStdString());
 
-    const QString connection = QStringLiteral("testdb-") + QUuid::createUuid().toString();
-    {
-        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connection);
-        db.setDatabaseName(path);
-        if (!db.open())
-            throw std::runtime_error(("TestDatabase: " + db.lastError().text()).toStdString());
+    withDatabase(path, [&](QSqlDatabase &db) {
         QSqlQuery q(db);
         db.transaction();
 
@@ -239,9 +253,7 @@ QString TestDatabase::create(const QString &folder, const Options &options)
         if (!db.commit())
             throw std::runtime_error(("TestDatabase: " + db.lastError().text()).toStdString());
         q.finish();
-        db.close();
-    }
-    QSqlDatabase::removeDatabase(connection);
+    });
     return path;
 }
 
