@@ -640,6 +640,40 @@ std::vector<Overlap> overlaps(const std::vector<double>& from, const std::vector
 }
 } // namespace
 
+double RichardsSolver::headOfWaterContent(double theta) const
+{
+    // theta(h) falls monotonically below saturation: bisect on log(top - h)
+    const double top = m_soil.saturationHead();
+    auto bisect = [&](auto thetaAt) {
+        double wet = std::log(1e-12), dry = std::log(1e5);
+        for (int k = 0; k < 200 && dry - wet > 1e-15; ++k) {
+            const double mid = 0.5 * (wet + dry);
+            if (thetaAt(top - std::exp(mid)) > theta)
+                wet = mid;
+            else
+                dry = mid;
+        }
+        return 0.5 * (wet + dry);
+    };
+    // along the tabulated curve, then Newton steps on the soil's own curve
+    // (the table is within 1e-9 of it, so two or three steps reach rounding)
+    double u = bisect([&](double h) { return m_table->at(h).theta; });
+    for (int k = 0; k < 3; ++k) {
+        const double s = std::exp(u);
+        const SoilModel::Point p = m_soil.at(top - s);
+        const double slope = -p.capacity * s;   // d theta / d log(top - h)
+        if (!(slope < 0))
+            break;
+        u -= (p.theta - theta) / slope;
+    }
+    const double h = top - std::exp(u);
+    if (std::isfinite(h) && std::fabs(m_soil.theta(h) - theta) <= 1e-14 * theta)
+        return h;
+    // where Newton does not settle (next to saturation, where the curve is
+    // flat), bisection on the soil's own curve
+    return top - std::exp(bisect([&](double hh) { return m_soil.theta(hh); }));
+}
+
 void RichardsSolver::remesh(const AxisymmetricMesh& mesh, double fillHead)
 {
     const AxisymmetricMesh old = m_mesh;
@@ -674,16 +708,7 @@ void RichardsSolver::remesh(const AxisymmetricMesh& mesh, double fillHead)
             h[i] = std::max(top, (headSum[i] + beyond * fillHead) / volume);
             continue;
         }
-        // theta(h) falls monotonically below saturation: bisect on log(top - h)
-        double wet = std::log(1e-12), dry = std::log(1e5);
-        for (int k = 0; k < 200 && dry - wet > 1e-15; ++k) {
-            const double mid = 0.5 * (wet + dry);
-            if (m_soil.theta(top - std::exp(mid)) > theta)
-                wet = mid;
-            else
-                dry = mid;
-        }
-        h[i] = top - std::exp(0.5 * (wet + dry));
+        h[i] = headOfWaterContent(theta);
     }
     const double pondRadius = m_pondRadius;
     m_mesh = mesh;

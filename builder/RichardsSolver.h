@@ -141,6 +141,8 @@ private:
     StepFactorisations::Slot* solveSystem(int disc, const Eigen::VectorXd& rhs,
                                           const std::vector<double>& hm, Eigen::VectorXd& x);
     int boundaryCell(Side side, int i) const;
+    // the head below saturation at which the soil's own curve holds `theta`
+    double headOfWaterContent(double theta) const;
 
     const SoilModel& m_soil;
     AxisymmetricMesh m_mesh;
