@@ -254,6 +254,7 @@ bool RichardsSolver::step(double dt)
             break;
         bool ok = true, finite = true;
         double missedTotal = 0, changeTotal = 0, volumeTotal = 0;
+        const double dryHead = m_table->topHead() - m_set.saturatedBlendBand;   // see headOk
         for (int i = 0; i < n; ++i) {
             if (!std::isfinite(hNext[i])) {
                 finite = false;
@@ -267,12 +268,19 @@ bool RichardsSolver::step(double dt)
             // the water the linearised storage term missed in this cell
             const double missed = dTheta - pts[i].capacity * delta;
             const double volume = m_volume[i];
-            // The head has converged within the head tolerance, or (in dry
-            // soil, where a metre of head holds little water and moves less)
-            // when the change would move less water through the cell's faces
-            // in this step than the water-content tolerance allows.
+            // The head has converged within the head tolerance, or, in dry
+            // soil being wetted (where a metre of head holds little water and
+            // moves less), when the change would move less water through the
+            // cell's faces in this step than the water-content tolerance
+            // allows. Not next to saturation (the blend band of the face
+            // conductivities) and not in a cell drying below its old head:
+            // there the heads carry the flow, and in the first seconds next
+            // to a source a Picard overshoot to a pressurised or bone-dry
+            // head would pass this test in a very short step and wreck the
+            // next one.
             const bool headOk = std::fabs(delta) <= tolH
-                                || (m_set.headToleranceByFlow
+                                || (m_set.headToleranceByFlow && hNext[i] >= m_h[i] - tolH
+                                    && std::max(hNext[i], hm[i]) < dryHead
                                     && std::fabs(delta) * m_conductance[i] * dt
                                            <= m_set.thetaTolerance * volume);
             if (!headOk || std::fabs(dTheta) > m_set.thetaTolerance)

@@ -90,9 +90,10 @@ struct SolverSettings
     double thetaTolerance = 2e-4;
     // A head change beyond the head tolerance still counts as converged when
     // it would move less water through the cell's faces in the step than
-    // thetaTolerance of the cell's volume: in dry soil a metre of head holds
-    // little water and K is tiny, and the head test alone cost a third of
-    // the iterations there without changing the water contents.
+    // thetaTolerance of the cell's volume, in cells that are being wetted and
+    // lie more than saturatedBlendBand below saturation: in dry soil a metre
+    // of head holds little water and K is tiny, and the head test alone cost
+    // a third of the iterations there without changing the water contents.
     bool headToleranceByFlow = true;
     // largest share of the water moved in a step that the linearised storage
     // terms of the last iteration may miss (this is what the mass balance sees)
