@@ -24,6 +24,7 @@ private slots:
     void gardner();
     void kirchhoffOfGardnerSoil();
     void kirchhoffOfVanGenuchtenSoil();
+    void tabulatedSoilFunctions();
     void airEntryOnlyForSmallN();
     void gradedMesh();
     void remeshKeepsWater();
@@ -146,6 +147,42 @@ void TestSolverParts::kirchhoffOfVanGenuchtenSoil()
     }
     // saturated: slope Ks
     QVERIFY(std::fabs((table.phi(0.5) - table.phi(-0.02)) / 0.52 - vg.ks()) < 1e-12 * vg.ks() + 1e-18);
+}
+
+void TestSolverParts::tabulatedSoilFunctions()
+{
+    // the table the solver's iterations read: theta, capacity and K of every
+    // catalogue soil (with the air-entry rule of the sweep) against the soil's
+    // own functions, from saturation to 30 m of suction
+    SolverSettings settings;
+    for (int number = 1; number <= 12; ++number) {
+        const auto soil = WettingSimulation::makeSoil(solvertest::soil(number), settings);
+        const KirchhoffTable table(*soil);
+        const bool classic = !WettingSimulation::usesAirEntry(solvertest::soil(number), settings);
+        double worstTheta = 0, worstK = 0, worstC = 0;
+        int compared = 0;
+        for (double s = 1e-9; s < 30; s *= 1.003, ++compared) {
+            const double h = soil->saturationHead() - s;
+            const SoilModel::Point exact = soil->at(h);
+            const KirchhoffTable::Point p = table.at(h);
+            worstTheta = std::max(worstTheta, std::fabs(p.theta - exact.theta) / (exact.theta - soil->thetaR()));
+            worstK = std::max(worstK, std::fabs(p.k / exact.k - 1));
+            if (s > 1e-7)
+                worstC = std::max(worstC, std::fabs(p.capacity / exact.capacity - 1));
+            QCOMPARE(p.phi, table.phi(h));
+        }
+        QVERIFY(compared > 7000);
+        const QString what = QString::fromStdString(solvertest::soil(number).name);
+        QVERIFY2(worstTheta < 1e-9, qPrintable(what + QString(": theta %1").arg(worstTheta)));
+        QVERIFY2(worstK < (classic ? 1e-6 : 1e-8), qPrintable(what + QString(": K %1").arg(worstK)));
+        QVERIFY2(worstC < 1e-8, qPrintable(what + QString(": capacity %1").arg(worstC)));
+        // saturated above h_top, and the soil's own functions beyond the last node
+        const KirchhoffTable::Point wet = table.at(soil->saturationHead() + 0.3);
+        QCOMPARE(wet.theta, soil->thetaS());
+        QCOMPARE(wet.k, soil->ks());
+        QCOMPARE(wet.capacity, 0.0);
+        QCOMPARE(table.at(-5000.0).theta, soil->theta(-5000.0));
+    }
 }
 
 void TestSolverParts::airEntryOnlyForSmallN()
