@@ -7,7 +7,6 @@
 #include "builder/StepFactorisations.h"
 
 #include <Eigen/Sparse>
-#include <Eigen/SparseCholesky>
 
 #include <memory>
 #include <vector>
@@ -21,8 +20,10 @@ namespace builder {
 // with face conductivities from iterate m (integral means of K between the two
 // cells' heads, blending into the arithmetic mean near saturation; see
 // SolverSettings). The linear system is
-// symmetric positive definite and is solved with a sparse LDL^T factorisation
-// whose ordering is computed once per mesh. Water is conserved to the Picard
+// symmetric positive definite and is solved with a Cholesky factorisation by
+// nested dissection of the grid (GridCholesky), set up once per mesh; after a
+// step's first iteration the later ones solve chord corrections with the
+// step's factorisation (StepFactorisations). Water is conserved to the Picard
 // tolerance: storage change equals the inflow booked at every step.
 //
 // Boundaries are no-flux unless set otherwise. The top may instead carry a
@@ -68,7 +69,7 @@ public:
     struct Statistics
     {
         long iterations = 0;        // Picard iterations, rejected steps included
-        long factorisations = 0;    // numerical LDL^T factorisations
+        long factorisations = 0;    // numerical Cholesky factorisations
         long backSubstitutions = 0; // solves with a factorisation
         long evaluations = 0;       // soil-function evaluations (cells)
         long failedSteps = 0;       // steps given up without convergence
@@ -140,6 +141,9 @@ private:
     // when the matrix is not positive definite).
     StepFactorisations::Slot* solveSystem(int disc, const Eigen::VectorXd& rhs,
                                           const std::vector<double>& hm, Eigen::VectorXd& x);
+    // whether the present matrix is still close enough to the slot's for a
+    // chord correction from the iterate hm
+    bool chordFits(const StepFactorisations::Slot& slot, const std::vector<double>& hm) const;
     int boundaryCell(Side side, int i) const;
     // the head below saturation at which the soil's own curve holds `theta`
     double headOfWaterContent(double theta) const;
@@ -149,6 +153,8 @@ private:
     SolverSettings m_set;
 
     std::vector<double> m_h, m_theta, m_sources;
+    double m_sourceRate = 0;   // sum of m_sources, m3/s
+    void sumSources();
     std::unique_ptr<KirchhoffTable> m_table;
     Boundary m_bc[3];
     double m_pondFlow = 0, m_pondMinRadius = 0;

@@ -26,6 +26,9 @@ std::string SolverSettings::describe() const
       << " m+" << headRelTolerance << "|h|" << (headToleranceByFlow ? " or by flow" : "")
       << "; theta tol=" << thetaTolerance << "; storage tol=" << storageTolerance
       << (chordIterations ? "; chord iterations, also under the disc" : "");
+    if (chordIterations)
+        o << " (factorised anew when a saturated cell's diagonal fell below 1/" << chordDiagonalRatio
+          << ")";
     return o.str();
 }
 

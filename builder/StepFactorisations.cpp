@@ -4,8 +4,10 @@
 
 namespace builder {
 
-void StepFactorisations::reset()
+void StepFactorisations::reset(int columns, int rows)
 {
+    m_columns = columns;
+    m_rows = rows;
     for (Slot& s : m_slots) {
         s.analysed = false;
         s.step = -1;
@@ -28,15 +30,19 @@ StepFactorisations::Slot* StepFactorisations::factorise(const Matrix& a, int dis
     Slot& s = m_slots[0].used <= m_slots[1].used ? m_slots[0] : m_slots[1];
     const auto started = std::chrono::steady_clock::now();
     if (!s.analysed) {
-        s.ldlt.analyzePattern(a);
+        const Slot& other = &s == &m_slots[0] ? m_slots[1] : m_slots[0];
+        if (other.analysed)
+            s.cholesky.shareStructure(other.cholesky);
+        else
+            s.cholesky.analyse(m_columns, m_rows, a);
         s.analysed = true;
     }
-    s.ldlt.factorize(a);
+    const bool ok = s.cholesky.factorise(a);
     m_factorSeconds +=
         std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
     ++m_factorisations;
     s.responseCell = -1;
-    if (s.ldlt.info() != Eigen::Success) {
+    if (!ok) {
         s.step = -1;
         return nullptr;
     }
@@ -48,20 +54,14 @@ StepFactorisations::Slot* StepFactorisations::factorise(const Matrix& a, int dis
 
 void StepFactorisations::solve(Slot& slot, const Eigen::VectorXd& r, Eigen::VectorXd& z)
 {
-    // z = P^T L^-T D^-1 L^-1 P r
-    const auto& ldlt = slot.ldlt;
-    m_t.noalias() = ldlt.permutationP() * r;
-    ldlt.matrixL().solveInPlace(m_t);
-    m_t.array() /= ldlt.vectorD().array();
-    ldlt.matrixU().solveInPlace(m_t);
-    z.noalias() = ldlt.permutationPinv() * m_t;
+    slot.cholesky.solve(r, z);
     ++m_backSubstitutions;
 }
 
 const Eigen::VectorXd& StepFactorisations::unitResponse(Slot& slot, int cell)
 {
     if (slot.responseCell != cell) {
-        Eigen::VectorXd e = Eigen::VectorXd::Zero(slot.ldlt.rows());
+        Eigen::VectorXd e = Eigen::VectorXd::Zero(slot.cholesky.size());
         e[cell] = 1.0;
         solve(slot, e, slot.response);
         slot.responseCell = cell;

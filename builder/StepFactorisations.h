@@ -1,13 +1,15 @@
 #pragma once
 
+#include "builder/GridCholesky.h"
+
 #include <Eigen/Sparse>
-#include <Eigen/SparseCholesky>
 
 #include <array>
+#include <vector>
 
 namespace builder {
 
-// The LDL^T factorisations one time step keeps for its chord iterations. A
+// The Cholesky factorisations one time step keeps for its chord iterations. A
 // step's first Picard iteration factorises its matrix; the later ones solve
 // for the correction to their iterate with that factorisation instead of a
 // new one (the residual uses their own matrix, so the converged state is the
@@ -23,18 +25,19 @@ public:
 
     struct Slot
     {
-        Eigen::SimplicialLDLT<Matrix> ldlt;
+        GridCholesky cholesky;
         int disc = 0;        // faces fully under the disc (-1: no disc)
         long step = -1;      // the step it was made in
         long used = 0;       // for replacing the least recently used slot
-        bool analysed = false;          // ordering computed for the present pattern
+        bool analysed = false;          // dissection set up for the present mesh
         int responseCell = -1;          // cell of the cached unit response
         Eigen::VectorXd response;       // F^-1 e_cell
+        std::vector<double> diagonal;   // the factorised matrix's diagonal (kept by the caller)
     };
 
-    // A new sparsity pattern (a new mesh): forgets every factorisation; each
-    // slot computes its fill-reducing ordering when it is first used.
-    void reset();
+    // A new mesh of columns x rows cells: forgets every factorisation; the
+    // first slot used sets up the dissection, the other shares it.
+    void reset(int columns, int rows);
     // Starts a new step (also the retry of a rejected one).
     void newStep() { ++m_step; }
     // This step's factorisation for the disc, or null.
@@ -52,10 +55,10 @@ public:
 
 private:
     std::array<Slot, 2> m_slots;
+    int m_columns = 0, m_rows = 0;
     long m_step = 0, m_clock = 0;
     long m_factorisations = 0, m_backSubstitutions = 0;
     double m_factorSeconds = 0;
-    Eigen::VectorXd m_t;
 };
 
 } // namespace builder

@@ -1,6 +1,7 @@
 // The pieces of the flow solver: soil functions, mesh, front measurement.
 #include "builder/AxisymmetricMesh.h"
 #include "builder/FrontTracker.h"
+#include "builder/GridCholesky.h"
 #include "builder/GardnerSoil.h"
 #include "builder/KirchhoffTable.h"
 #include "builder/RichardsSolver.h"
@@ -9,6 +10,8 @@
 #include "tests/builder/SolverTestSoils.h"
 
 #include <QtTest>
+
+#include <Eigen/SparseCholesky>
 
 #include <cmath>
 
@@ -25,6 +28,7 @@ private slots:
     void kirchhoffOfGardnerSoil();
     void kirchhoffOfVanGenuchtenSoil();
     void tabulatedSoilFunctions();
+    void gridCholeskySolves();
     void airEntryOnlyForSmallN();
     void gradedMesh();
     void remeshKeepsWater();
@@ -182,6 +186,75 @@ void TestSolverParts::tabulatedSoilFunctions()
         QCOMPARE(wet.k, soil->ks());
         QCOMPARE(wet.capacity, 0.0);
         QCOMPARE(table.at(-5000.0).theta, soil->theta(-5000.0));
+    }
+}
+
+void TestSolverParts::gridCholeskySolves()
+{
+    // five-point matrices of grids of every shape the solver meets (a single
+    // column, long and wide ones, one larger than a leaf by one cell), with
+    // conductances spread over many orders of magnitude as between wet and
+    // dry cells, against Eigen's sparse LDL^T
+    const int shapes[][2] = {{1, 1}, {1, 200}, {3, 5}, {4, 4}, {17, 1}, {5, 4}, {13, 31}, {42, 148}, {61, 36}};
+    unsigned seed = 12345;
+    auto random = [&seed]() {
+        seed = seed * 1103515245u + 12345u;
+        return double((seed >> 8) & 0xffff) / 65536.0;
+    };
+    for (const auto& shape : shapes) {
+        const int nr = shape[0], nz = shape[1], n = nr * nz;
+        std::vector<Eigen::Triplet<double>> t;
+        std::vector<double> diagonal(size_t(n), 0.0);
+        auto couple = [&](int a, int b) {
+            const double c = std::pow(10.0, -12 * random());
+            t.emplace_back(a, b, -c);
+            t.emplace_back(b, a, -c);
+            diagonal[size_t(a)] += c;
+            diagonal[size_t(b)] += c;
+        };
+        for (int iz = 0; iz < nz; ++iz)
+            for (int ir = 0; ir < nr; ++ir) {
+                if (ir + 1 < nr)
+                    couple(iz * nr + ir, iz * nr + ir + 1);
+                if (iz + 1 < nz)
+                    couple(iz * nr + ir, (iz + 1) * nr + ir);
+            }
+        for (int i = 0; i < n; ++i)   // storage terms, some cells saturated (none)
+            t.emplace_back(i, i, diagonal[size_t(i)] + (random() < 0.3 ? 0.0 : 1e-6 * random()) + 1e-14);
+        Eigen::SparseMatrix<double> a(n, n);
+        a.setFromTriplets(t.begin(), t.end());
+        a.makeCompressed();
+        Eigen::VectorXd b(n);
+        for (int i = 0; i < n; ++i)
+            b[i] = random() - 0.5;
+        Eigen::SimplicialLDLT<Eigen::SparseMatrix<double>> reference(a);
+        const Eigen::VectorXd expected = reference.solve(b);
+        GridCholesky g;
+        g.analyse(nr, nz, a);
+        QVERIFY(g.factorise(a));
+        Eigen::VectorXd x;
+        g.solve(b, x);
+        QCOMPARE(int(x.size()), n);
+        // as accurate as the reference: residual and difference within what
+        // the reference's own residual allows
+        const double residual = (a * x - b).norm() / b.norm();
+        const double referenceResidual = (a * expected - b).norm() / b.norm();
+        const double difference = (x - expected).norm() / expected.norm();
+        qInfo("%2d x %3d: relative residual %.1e (reference %.1e), difference %.1e", nr, nz,
+              residual, referenceResidual, difference);
+        QVERIFY2(difference < 1e-6 && residual < 10 * referenceResidual + 1e-13,
+                 qPrintable(QString("%1 x %2: %3 %4").arg(nr).arg(nz).arg(difference).arg(residual)));
+        // a shared structure and new values on the same pattern (the disc's
+        // diagonal terms), and a matrix that is not positive definite
+        GridCholesky second;
+        second.shareStructure(g);
+        a.coeffRef(0, 0) += 5.0;
+        QVERIFY(second.factorise(a));
+        second.solve(b, x);
+        reference.compute(a);
+        QVERIFY((a * x - b).norm() <= 10 * (a * reference.solve(b) - b).norm() + 1e-13 * b.norm());
+        a.coeffRef(n - 1, n - 1) = -1.0;
+        QVERIFY(!second.factorise(a));
     }
 }
 
