@@ -1,7 +1,9 @@
 // Times the flow solver on a representative subset of the sweep: every soil
 // once, flows, initial heads and emitter positions taken in turn, 24 hours
 // each. Prints the seconds per case, the median and the 95th percentile, and
-// an estimate of the full 360-case sweep on the cores of this machine.
+// an estimate of the full 360-case sweep on the cores of this machine; and
+// where the time goes: Picard iterations per step, factorisations per step
+// and the share of the time spent factorising.
 //
 //   bench_solver                 the subset
 //   bench_solver --convergence   also runs six cases with every cell size
@@ -26,18 +28,30 @@ int main(int argc, char** argv)
     const double heads[3] = {-3, -6, -10};
     std::vector<double> seconds;
     double worstBalance = 0;
-    std::printf("%-16s %5s %6s %-8s %8s %8s %8s %9s %7s %8s\n", "soil", "L/h", "h0 m", "emitter",
-                "r m", "z m", "zminus m", "mass bal", "steps", "seconds");
+    std::printf("%-16s %5s %6s %-8s %8s %8s %8s %9s %7s %8s %6s %6s %6s\n", "soil", "L/h", "h0 m",
+                "emitter", "r m", "z m", "zminus m", "mass bal", "steps", "seconds", "it/st",
+                "fac/st", "fac %");
+    long steps = 0, iterations = 0, factorisations = 0;
+    double factorSeconds = 0;
     for (int soil = 1; soil <= 12; ++soil) {
         const double flow = flows[(soil * 2) % 5];
         const double head = heads[soil % 3];
         const Emitter e = soil % 2 ? Emitter::Surface : Emitter::Buried;
-        const CaseResult r = runCase(solvertest::makeCase(soil, flow, head, e));
+        WettingSimulation sim(solvertest::makeCase(soil, flow, head, e), SolverSettings());
+        const CaseResult r = sim.run();
+        const RichardsSolver::Statistics& st = sim.statistics();
         const FrontRow& f = r.fronts.empty() ? FrontRow() : r.fronts.back();
-        std::printf("%-16s %5.1f %6.0f %-8s %8.3f %8.3f %8.3f %9.1e %7ld %8.2f %s\n",
+        const double perStep = 1.0 / std::max(1L, r.timeSteps);
+        std::printf("%-16s %5.1f %6.0f %-8s %8.3f %8.3f %8.3f %9.1e %7ld %8.2f %6.2f %6.2f %6.0f %s\n",
                     solvertest::soil(soil).name.c_str(), flow, head,
                     e == Emitter::Surface ? "surface" : "buried", f.r, f.down, f.up,
-                    r.massBalanceError, r.timeSteps, r.wallSeconds, r.message.c_str());
+                    r.massBalanceError, r.timeSteps, r.wallSeconds, st.iterations * perStep,
+                    st.factorisations * perStep, 100 * st.factorSeconds / r.wallSeconds,
+                    r.message.c_str());
+        steps += r.timeSteps;
+        iterations += st.iterations;
+        factorisations += st.factorisations;
+        factorSeconds += st.factorSeconds;
         std::fflush(stdout);
         seconds.push_back(r.wallSeconds);
         worstBalance = std::max(worstBalance, r.massBalanceError);
@@ -53,6 +67,9 @@ int main(int argc, char** argv)
     std::printf("\nper case: median %.2f s, p95 %.2f s, cheapest %.2f s, dearest %.2f s, mean %.2f s\n",
                 median, p95, sorted.front(), sorted.back(), total / seconds.size());
     std::printf("largest mass-balance error %.1e\n", worstBalance);
+    std::printf("per step: %.2f Picard iterations, %.2f factorisations; factorising: %.0f %% of the"
+                " time\n", double(iterations) / steps, double(factorisations) / steps,
+                100 * factorSeconds / total);
     std::printf("estimated full sweep (360 cases) on %u cores: %.1f min\n", cores,
                 360 * total / seconds.size() / cores / 60.0);
 

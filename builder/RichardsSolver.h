@@ -4,9 +4,9 @@
 #include "builder/KirchhoffTable.h"
 #include "builder/SoilModel.h"
 #include "builder/SolverSettings.h"
+#include "builder/StepFactorisations.h"
 
 #include <Eigen/Sparse>
-#include <Eigen/SparseCholesky>
 
 #include <memory>
 #include <vector>
@@ -20,8 +20,10 @@ namespace builder {
 // with face conductivities from iterate m (integral means of K between the two
 // cells' heads, blending into the arithmetic mean near saturation; see
 // SolverSettings). The linear system is
-// symmetric positive definite and is solved with a sparse LDL^T factorisation
-// whose ordering is computed once per mesh. Water is conserved to the Picard
+// symmetric positive definite and is solved with a Cholesky factorisation by
+// nested dissection of the grid (GridCholesky), set up once per mesh; after a
+// step's first iteration the later ones solve chord corrections with the
+// step's factorisation (StepFactorisations). Water is conserved to the Picard
 // tolerance: storage change equals the inflow booked at every step.
 //
 // Boundaries are no-flux unless set otherwise. The top may instead carry a
@@ -63,6 +65,19 @@ public:
     long acceptedSteps() const { return m_accepted; }
     long rejectedSteps() const { return m_rejected; }
 
+    // What the run has cost so far, for profiles and benchmarks.
+    struct Statistics
+    {
+        long iterations = 0;        // Picard iterations, rejected steps included
+        long factorisations = 0;    // numerical Cholesky factorisations
+        long backSubstitutions = 0; // solves with a factorisation
+        long evaluations = 0;       // soil-function evaluations (cells)
+        long failedSteps = 0;       // steps given up without convergence
+        long limitedSteps = 0;      // steps rejected for too large a water-content change
+        double factorSeconds = 0;   // time spent factorising
+    };
+    Statistics statistics() const;
+
     // Replaces the mesh by a larger one holding the old one, shifted down by
     // `rowsAddedAtTop` rows; new cells start at `fillHead`. Fixed-head and
     // fixed-inflow sides are not carried over (they are for fixed domains).
@@ -100,27 +115,47 @@ private:
     };
 
     void buildPattern();
-    SoilModel::Point pointAt(double h) const;
+    // The soil functions of the iterations: tabulated (or the soil's own);
+    // the Kirchhoff potential always from the table. States that are set
+    // rather than computed (initial heads, remeshed cells, fixed boundary
+    // heads) take the soil's own functions (exactSoil), so that their water
+    // is exactly the soil's; the two differ by less than 1e-9 of theta.
+    KirchhoffTable::Point evaluateSoil(double h) const;
+    KirchhoffTable::Point exactSoil(double h) const;
+    // the same, for a cell's head (most cells sit untouched at the initial head)
+    KirchhoffTable::Point pointAt(double h) const;
     static double integralMean(double ha, double hb, double ka, double kb, double pa, double pb);
     // conductivity of a face between cells with heads ha, hb, conductivities
     // ka, kb and Kirchhoff potentials pa, pb
     double faceConductivity(double ha, double hb, double ka, double kb, double pa,
                             double pb) const;
-    void evaluate(const std::vector<double>& h, std::vector<SoilModel::Point>& pts) const;
-    // `reuse`: solve for the correction to hm with the factorisation of an
-    // earlier iteration of this step instead of factorising anew
-    bool solveLinear(const std::vector<SoilModel::Point>& pts, const std::vector<double>& hm,
-                     double dt, bool reuse, std::vector<double>& hOut, double& inflowRate);
-    void solvePond(const Eigen::VectorXd& rhs0, std::vector<double>& hOut, double& inflowRate);
+    void evaluate(const std::vector<double>& h, std::vector<KirchhoffTable::Point>& pts) const;
+    bool solveLinear(const std::vector<KirchhoffTable::Point>& pts, const std::vector<double>& hm,
+                     double dt, std::vector<double>& hOut, double& inflowRate);
+    bool solvePond(const Eigen::VectorXd& rhs0, const std::vector<double>& hm,
+                   std::vector<double>& hOut, double& inflowRate);
+    // Solves the present system m_a x = rhs, whose top cells carry the disc
+    // of `disc` fully covered faces (-1: no pond): with a chord correction to
+    // the iterate hm when this step has factorised a system of that disc,
+    // else with a new factorisation. Returns the factorisation used (null
+    // when the matrix is not positive definite).
+    StepFactorisations::Slot* solveSystem(int disc, const Eigen::VectorXd& rhs,
+                                          const std::vector<double>& hm, Eigen::VectorXd& x);
+    // whether the present matrix is still close enough to the slot's for a
+    // chord correction from the iterate hm
+    bool chordFits(const StepFactorisations::Slot& slot, const std::vector<double>& hm) const;
     int boundaryCell(Side side, int i) const;
+    // the head below saturation at which the soil's own curve holds `theta`
+    double headOfWaterContent(double theta) const;
 
     const SoilModel& m_soil;
     AxisymmetricMesh m_mesh;
     SolverSettings m_set;
 
     std::vector<double> m_h, m_theta, m_sources;
-    std::unique_ptr<KirchhoffTable> m_kirchhoff;   // only with integral means
-    std::vector<double> m_phi;                     // Kirchhoff potential of each cell
+    double m_sourceRate = 0;   // sum of m_sources, m3/s
+    void sumSources();
+    std::unique_ptr<KirchhoffTable> m_table;
     Boundary m_bc[3];
     double m_pondFlow = 0, m_pondMinRadius = 0;
     bool m_pond = false;
@@ -134,21 +169,28 @@ private:
     std::vector<int> m_diag;
     Eigen::SparseMatrix<double> m_a;
     std::vector<double> m_baseDiag;   // diagonal of A0 before the pond terms
-    Eigen::SimplicialLDLT<Eigen::SparseMatrix<double>> m_ldlt;
-    bool m_analysed = false;
+    StepFactorisations m_factors;
+    Eigen::VectorXd m_x, m_residual;
+    std::vector<double> m_conductance;   // sum of the face conductances of each cell
+    std::vector<double> m_volume;        // cell volumes
+    // work space of step() and solveLinear(), kept to avoid reallocations
+    std::vector<double> m_hm, m_hNext, m_hPrev, m_thetaPrev;
+    std::vector<KirchhoffTable::Point> m_pts, m_ptsNext;
+    Eigen::VectorXd m_rhs, m_pondRhs;
 
     // pond coefficients of the current iteration: flow into top cell j = g_j - a_j h_j
     std::vector<double> m_pa, m_pg;
 
     double m_time = 0, m_inflow = 0, m_nextStep = 1;
     double m_cachedHead = 1e300;
-    SoilModel::Point m_cachedPoint;
+    KirchhoffTable::Point m_cachedPoint;
     bool m_extrapolate = true;
     double m_lastStep = 0;
     double m_stepCap = 1e300;
     std::vector<double> m_lastChange;
     int m_lastIterations = 0;
     long m_accepted = 0, m_rejected = 0;
+    mutable Statistics m_stats;
 };
 
 } // namespace builder

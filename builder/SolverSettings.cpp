@@ -14,15 +14,21 @@ std::string SolverSettings::describe() const
         o << "integral mean, arithmetic within " << saturatedBlendBand << " m of saturation";
     else
         o << "arithmetic mean";
+    if (tabulatedSoil)
+        o << "; soil functions tabulated";
     o << "; source radius=" << sourceRadius
       << " m; min disc radius=" << minDiscRadius << " m; finest cell=" << finestCell / refinement
       << " m; growth=" << growth << "; cells across bulb=" << cellsAcrossBulb * refinement
       << (remesh ? "; remeshed at 1, 2, 4, 8, 16 h" : "")
-      << "; grow trigger=" << growTrigger << "; max step=" << maxStep
+      << "; domain=" << initialDomainFactor << " x bulb, grown by " << domainGrowth
+      << " at trigger=" << growTrigger << "; max step=" << maxStep
       << " s; max theta change/step=" << maxThetaChange << "; head tol=" << headTolerance
-      << " m+" << headRelTolerance << "|h|; theta tol=" << thetaTolerance
-      << "; storage tol=" << storageTolerance
-      << (chordIterations ? "; chord iterations" : "");
+      << " m+" << headRelTolerance << "|h|" << (headToleranceByFlow ? " or by flow" : "")
+      << "; theta tol=" << thetaTolerance << "; storage tol=" << storageTolerance
+      << (chordIterations ? "; chord iterations, also under the disc" : "");
+    if (chordIterations)
+        o << " (factorised anew when a saturated cell's diagonal fell below 1/" << chordDiagonalRatio
+          << ")";
     return o.str();
 }
 

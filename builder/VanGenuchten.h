@@ -25,6 +25,8 @@ private:
     double m_thetaR, m_thetaS, m_alpha, m_n, m_m, m_ks, m_l, m_hs;
     double m_thetaM = 0;     // fictitious saturation of the unmodified curve
     double m_oneMinusF1 = 1; // 1 - F(1) of the modified Mualem integral
+    double m_nMinus1 = 0;    // n - 1 = n m
+    double m_capacityFactor = 0; // (theta_m - theta_r) m n alpha
 };
 
 } // namespace builder

@@ -67,10 +67,11 @@ CaseResult WettingSimulation::run()
     // The mesh is sized for the bulb expected at a horizon time: its largest
     // cells are 1/cellsAcrossBulb of the radius the bulb would have if the
     // water filled half the available pore space, and the domain starts at
-    // that radius. With remeshing the first horizon is one hour and the mesh
-    // is rebuilt for twice the time at hours 1, 2, 4, 8 and 16, so that the
-    // small fronts of the first hours lie in cells sized for them rather than
-    // for the 24 h bulb.
+    // initialDomainFactor of that radius (and grows as the water arrives).
+    // With remeshing the first horizon is one hour and the mesh is rebuilt
+    // for twice the time at hours 1, 2, 4, 8 and 16, so that the small fronts
+    // of the first hours lie in cells sized for them rather than for the
+    // 24 h bulb.
     const double finest = m_set.finestCell / m_set.refinement;
     const double core = m_set.sourceRadius;
     const double growth = std::pow(m_set.growth, 1.0 / m_set.refinement);
@@ -145,19 +146,19 @@ CaseResult WettingSimulation::run()
         bool grown = false;
         int addedTop = 0;
         if (outer && r.back() < m_set.maxDomain) {
-            AxisymmetricMesh::extendFaces(r, std::min(std::max(0.5 * r.back(), 4 * largest), m_set.maxDomain - r.back()), growth,
+            AxisymmetricMesh::extendFaces(r, std::min(std::max(m_set.domainGrowth * r.back(), 4 * largest), m_set.maxDomain - r.back()), growth,
                                           largest);
             grown = true;
         }
         if (bottom && z.back() < m_set.maxDomain) {
-            AxisymmetricMesh::extendFaces(z, std::min(std::max(0.5 * z.back(), 4 * largest), m_set.maxDomain - z.back()), growth,
+            AxisymmetricMesh::extendFaces(z, std::min(std::max(m_set.domainGrowth * z.back(), 4 * largest), m_set.maxDomain - z.back()), growth,
                                           largest);
             grown = true;
         }
         if (top && -z.front() < m_set.maxDomain) {
             std::vector<double> rev(z.rbegin(), z.rend());
             const size_t before = rev.size();
-            AxisymmetricMesh::extendFaces(rev, std::min(std::max(-0.5 * z.front(), 4 * largest), m_set.maxDomain + z.front()),
+            AxisymmetricMesh::extendFaces(rev, std::min(std::max(-m_set.domainGrowth * z.front(), 4 * largest), m_set.maxDomain + z.front()),
                                           growth, largest);
             addedTop = int(rev.size() - before);
             z.assign(rev.rbegin(), rev.rend());
@@ -237,6 +238,7 @@ CaseResult WettingSimulation::run()
     m_finalDepth = solver.mesh().zFaces().back();
     m_finalHeight = -solver.mesh().zFaces().front();
     m_pondRadius = solver.pondRadius();
+    m_statistics = solver.statistics();
     result.wallSeconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
     return result;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "builder/CaseSpec.h"
+#include "builder/RichardsSolver.h"
 #include "builder/SoilModel.h"
 #include "builder/SolverSettings.h"
 
@@ -40,6 +41,7 @@ public:
     int remeshes() const { return m_remeshes; }
     double pondRadius() const { return m_pondRadius; }
     double bookedMassBalanceError() const { return m_bookedError; }
+    const RichardsSolver::Statistics& statistics() const { return m_statistics; }
 
 private:
     CaseSpec m_spec;
@@ -47,6 +49,7 @@ private:
     int m_finalCells = 0, m_growths = 0, m_remeshes = 0;
     double m_finalRadius = 0, m_finalDepth = 0, m_finalHeight = 0, m_pondRadius = 0;
     double m_bookedError = 0;
+    RichardsSolver::Statistics m_statistics;
 };
 
 } // namespace builder

@@ -1,6 +1,7 @@
 // The pieces of the flow solver: soil functions, mesh, front measurement.
 #include "builder/AxisymmetricMesh.h"
 #include "builder/FrontTracker.h"
+#include "builder/GridCholesky.h"
 #include "builder/GardnerSoil.h"
 #include "builder/KirchhoffTable.h"
 #include "builder/RichardsSolver.h"
@@ -9,6 +10,8 @@
 #include "tests/builder/SolverTestSoils.h"
 
 #include <QtTest>
+
+#include <Eigen/SparseCholesky>
 
 #include <cmath>
 
@@ -24,6 +27,8 @@ private slots:
     void gardner();
     void kirchhoffOfGardnerSoil();
     void kirchhoffOfVanGenuchtenSoil();
+    void tabulatedSoilFunctions();
+    void gridCholeskySolves();
     void airEntryOnlyForSmallN();
     void gradedMesh();
     void remeshKeepsWater();
@@ -146,6 +151,111 @@ void TestSolverParts::kirchhoffOfVanGenuchtenSoil()
     }
     // saturated: slope Ks
     QVERIFY(std::fabs((table.phi(0.5) - table.phi(-0.02)) / 0.52 - vg.ks()) < 1e-12 * vg.ks() + 1e-18);
+}
+
+void TestSolverParts::tabulatedSoilFunctions()
+{
+    // the table the solver's iterations read: theta, capacity and K of every
+    // catalogue soil (with the air-entry rule of the sweep) against the soil's
+    // own functions, from saturation to 30 m of suction
+    SolverSettings settings;
+    for (int number = 1; number <= 12; ++number) {
+        const auto soil = WettingSimulation::makeSoil(solvertest::soil(number), settings);
+        const KirchhoffTable table(*soil);
+        const bool classic = !WettingSimulation::usesAirEntry(solvertest::soil(number), settings);
+        double worstTheta = 0, worstK = 0, worstC = 0;
+        int compared = 0;
+        for (double s = 1e-9; s < 30; s *= 1.003, ++compared) {
+            const double h = soil->saturationHead() - s;
+            const SoilModel::Point exact = soil->at(h);
+            const KirchhoffTable::Point p = table.at(h);
+            worstTheta = std::max(worstTheta, std::fabs(p.theta - exact.theta) / (exact.theta - soil->thetaR()));
+            worstK = std::max(worstK, std::fabs(p.k / exact.k - 1));
+            if (s > 1e-7)
+                worstC = std::max(worstC, std::fabs(p.capacity / exact.capacity - 1));
+            QCOMPARE(p.phi, table.phi(h));
+        }
+        QVERIFY(compared > 7000);
+        const QString what = QString::fromStdString(solvertest::soil(number).name);
+        QVERIFY2(worstTheta < 1e-9, qPrintable(what + QString(": theta %1").arg(worstTheta)));
+        QVERIFY2(worstK < (classic ? 1e-6 : 1e-8), qPrintable(what + QString(": K %1").arg(worstK)));
+        QVERIFY2(worstC < 1e-8, qPrintable(what + QString(": capacity %1").arg(worstC)));
+        // saturated above h_top, and the soil's own functions beyond the last node
+        const KirchhoffTable::Point wet = table.at(soil->saturationHead() + 0.3);
+        QCOMPARE(wet.theta, soil->thetaS());
+        QCOMPARE(wet.k, soil->ks());
+        QCOMPARE(wet.capacity, 0.0);
+        QCOMPARE(table.at(-5000.0).theta, soil->theta(-5000.0));
+    }
+}
+
+void TestSolverParts::gridCholeskySolves()
+{
+    // five-point matrices of grids of every shape the solver meets (a single
+    // column, long and wide ones, one larger than a leaf by one cell), with
+    // conductances spread over many orders of magnitude as between wet and
+    // dry cells, against Eigen's sparse LDL^T
+    const int shapes[][2] = {{1, 1}, {1, 200}, {3, 5}, {4, 4}, {17, 1}, {5, 4}, {13, 31}, {42, 148}, {61, 36}};
+    unsigned seed = 12345;
+    auto random = [&seed]() {
+        seed = seed * 1103515245u + 12345u;
+        return double((seed >> 8) & 0xffff) / 65536.0;
+    };
+    for (const auto& shape : shapes) {
+        const int nr = shape[0], nz = shape[1], n = nr * nz;
+        std::vector<Eigen::Triplet<double>> t;
+        std::vector<double> diagonal(size_t(n), 0.0);
+        auto couple = [&](int a, int b) {
+            const double c = std::pow(10.0, -12 * random());
+            t.emplace_back(a, b, -c);
+            t.emplace_back(b, a, -c);
+            diagonal[size_t(a)] += c;
+            diagonal[size_t(b)] += c;
+        };
+        for (int iz = 0; iz < nz; ++iz)
+            for (int ir = 0; ir < nr; ++ir) {
+                if (ir + 1 < nr)
+                    couple(iz * nr + ir, iz * nr + ir + 1);
+                if (iz + 1 < nz)
+                    couple(iz * nr + ir, (iz + 1) * nr + ir);
+            }
+        for (int i = 0; i < n; ++i)   // storage terms, some cells saturated (none)
+            t.emplace_back(i, i, diagonal[size_t(i)] + (random() < 0.3 ? 0.0 : 1e-6 * random()) + 1e-14);
+        Eigen::SparseMatrix<double> a(n, n);
+        a.setFromTriplets(t.begin(), t.end());
+        a.makeCompressed();
+        Eigen::VectorXd b(n);
+        for (int i = 0; i < n; ++i)
+            b[i] = random() - 0.5;
+        Eigen::SimplicialLDLT<Eigen::SparseMatrix<double>> reference(a);
+        const Eigen::VectorXd expected = reference.solve(b);
+        GridCholesky g;
+        g.analyse(nr, nz, a);
+        QVERIFY(g.factorise(a));
+        Eigen::VectorXd x;
+        g.solve(b, x);
+        QCOMPARE(int(x.size()), n);
+        // as accurate as the reference: residual and difference within what
+        // the reference's own residual allows
+        const double residual = (a * x - b).norm() / b.norm();
+        const double referenceResidual = (a * expected - b).norm() / b.norm();
+        const double difference = (x - expected).norm() / expected.norm();
+        qInfo("%2d x %3d: relative residual %.1e (reference %.1e), difference %.1e", nr, nz,
+              residual, referenceResidual, difference);
+        QVERIFY2(difference < 1e-6 && residual < 10 * referenceResidual + 1e-13,
+                 qPrintable(QString("%1 x %2: %3 %4").arg(nr).arg(nz).arg(difference).arg(residual)));
+        // a shared structure and new values on the same pattern (the disc's
+        // diagonal terms), and a matrix that is not positive definite
+        GridCholesky second;
+        second.shareStructure(g);
+        a.coeffRef(0, 0) += 5.0;
+        QVERIFY(second.factorise(a));
+        second.solve(b, x);
+        reference.compute(a);
+        QVERIFY((a * x - b).norm() <= 10 * (a * reference.solve(b) - b).norm() + 1e-13 * b.norm());
+        a.coeffRef(n - 1, n - 1) = -1.0;
+        QVERIFY(!second.factorise(a));
+    }
 }
 
 void TestSolverParts::airEntryOnlyForSmallN()
