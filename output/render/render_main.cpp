@@ -1,6 +1,8 @@
 // ulvex-render: draws the graph of one selection to a PNG, SVG or PDF file
 // through the program's own query, update and drawing code, with the settings
-// file of the program folder.
+// file of the program folder. With --text it writes the selection's fronts,
+// hour by hour, with the radius of the wet spot around a surface emitter, as
+// comma-separated text instead (to standard output, or to --output).
 //
 // Exit status: 0 written; 2 bad options or a selection not in the database;
 // 3 the database cannot be read; 4 the output cannot be written; 5 the
@@ -11,6 +13,7 @@
 
 #include "data/UserDatabase.h"
 #include "data/clsDataConLayer.h"
+#include "output/render/FrontText.h"
 #include "output/render/RenderWindow.h"
 #include "settings/SettingsFileError.h"
 #include "shell/ResourceImages.h"
@@ -19,6 +22,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QFileInfo>
+#include <QSaveFile>
 #include <QRegularExpression>
 #include <cstdio>
 
@@ -81,7 +85,11 @@ int main(int argc, char *argv[])
         QStringLiteral("Picture size in pixels, WIDTHxHEIGHT."), QStringLiteral("WxH"), QStringLiteral("400x600"));
     const QCommandLineOption output({QStringLiteral("o"), QStringLiteral("output")},
         QStringLiteral("Output file: .png, .svg or .pdf."), QStringLiteral("file"));
-    parser.addOptions({database, soil, flow, time, water, emitter, size, output});
+    const QCommandLineOption text({QStringLiteral("text")},
+        QStringLiteral("Write the fronts of the selection, hour by hour up to --time, with the radius of the wet "
+                       "spot around a surface emitter, as comma-separated text (to standard output, or to "
+                       "--output) instead of drawing."));
+    parser.addOptions({database, soil, flow, time, water, emitter, size, output, text});
     if (!parser.parse(QCoreApplication::arguments()))
         return fail(2, parser.errorText());
     if (parser.isSet(QStringLiteral("help")))
@@ -120,11 +128,12 @@ int main(int argc, char *argv[])
     if (pictureSize.width() < 50 || pictureSize.height() < 50 || pictureSize.width() > 10000
         || pictureSize.height() > 10000)
         return fail(2, QStringLiteral("--size must be WIDTHxHEIGHT, each from 50 to 10000 pixels"));
+    const bool asText = parser.isSet(text);
     const QString outputFile = parser.value(output);
-    if (outputFile.isEmpty())
+    if (outputFile.isEmpty() && !asText)
         return fail(2, QStringLiteral("--output is required"));
     const QString suffix = QFileInfo(outputFile).suffix().toLower();
-    if (suffix != QLatin1String("png") && suffix != QLatin1String("svg") && suffix != QLatin1String("pdf"))
+    if (!asText && suffix != QLatin1String("png") && suffix != QLatin1String("svg") && suffix != QLatin1String("pdf"))
         return fail(2, QStringLiteral("--output must end in .png, .svg or .pdf"));
     if (parser.isSet(database)) {
         clsDataConLayer::setDatabaseOverride(QFileInfo(parser.value(database)).absoluteFilePath());
@@ -149,6 +158,25 @@ int main(int argc, char *argv[])
         if (selection.time > window.timeCount())
             return fail(2, QStringLiteral("time position %1 is not in the database (it lists %2)")
                                .arg(selection.time).arg(window.timeCount()));
+        if (asText) {
+            FrontText::Selection s;
+            s.soil = selection.soil;
+            s.flow = selection.flow;
+            s.hours = selection.time;
+            s.initialHead = selection.water == RenderWindow::Water::Wet     ? -3
+                            : selection.water == RenderWindow::Water::Moist ? -6
+                                                                            : -10;
+            s.buried = selection.emitter == RenderWindow::Emitter::Buried;
+            const QByteArray bytes = FrontText::text(clsDataConLayer::databasePath(), s).toUtf8();
+            if (outputFile.isEmpty()) {
+                std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
+                return std::fflush(stdout) == 0 ? 0 : fail(4, QStringLiteral("cannot write to standard output"));
+            }
+            QSaveFile file(outputFile);
+            if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
+                return fail(4, QStringLiteral("cannot write %1: %2").arg(outputFile, file.errorString()));
+            return 0;
+        }
         window.select(selection);
         const QString status = window.showGraph(pictureSize);
         if (!status.isEmpty())

@@ -250,11 +250,29 @@ QString TestDatabase::create(const QString &folder, const Options &options)
                         insert(table, insertCols, values);
                     }
         }
+        // The wet spot of the surface emitter: one row for every soil, flow
+        // position, initial head and hour.
+        if (wanted("PondData")) {
+            const QStringList cols{"SoilType", "FlowRate", "InitialHead", "Time", "PondRadius"};
+            run(q, QStringLiteral("CREATE TABLE PondData (SoilType INTEGER, FlowRate INTEGER, InitialHead REAL, "
+                                  "Time INTEGER, PondRadius REAL)"));
+            for (int h = options.hours; h >= 1; --h)
+                for (int s = 1; s <= options.soils; ++s)
+                    for (int f = 1; f <= options.flows; ++f)
+                        for (double head : {-3.0, -6.0, -10.0})
+                            insert("PondData", cols, {s, f, head, h, pondRadius(s, f, head, h)});
+        }
         if (!db.commit())
             throw std::runtime_error(("TestDatabase: " + db.lastError().text()).toStdString());
         q.finish();
     });
     return path;
+}
+
+double TestDatabase::pondRadius(int soil, int flow, double initialHead, int time)
+{
+    // Different for every key, at least 1 cm, growing with time.
+    return 0.01 + time / 1000.0 + soil / 1e5 + flow / 1e6 + (-initialHead) / 1e8;
 }
 
 QString TestDatabase::createNotADatabase(const QString &folder)

@@ -21,7 +21,9 @@
 //   TimeData      ID 1..24, Time = ID (row k holds k hours)
 //   display and export tables: one row for every soil, flow position and whole
 //   hour 1..24; every length column holds frontValue(table, column, soil, flow,
-//   time). Rows are inserted with the time running backwards, so a query only
+//   time).
+//   PondData      SoilType, FlowRate, InitialHead (-3, -6, -10), Time and
+//                 PondRadius = pondRadius(soil, flow, head, time). Rows are inserted with the time running backwards, so a query only
 //   returns them in time order when it asks for it.
 //
 // Typical use in a test:
@@ -67,6 +69,10 @@ public:
     // zminus 3. Returns -1 for an unknown table or column.
     static double frontValue(const QString &table, const QString &column,
                              int soil, int flow, int time);
+
+    // The radius of the wet spot (table PondData, metres) stored for a soil,
+    // flow position, initial head (m) and hour: different for every key.
+    static double pondRadius(int soil, int flow, double initialHead, int time);
 
     // The eight front tables, plain names: the six display tables
     // (SurfaceData-c3, SurfaceData-c6, SurfaceData-c, BuriedData-c3,

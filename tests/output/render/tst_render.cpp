@@ -74,6 +74,52 @@ private slots:
         QVERIFY2(dark > 200, qPrintable(QString::number(dark)));
     }
 
+    void textGivesTheFrontsAndTheWetSpotHourByHour()
+    {
+        QProcess p;
+        p.start(ULVEX_RENDER_EXE, {"--database", db, "--soil", "3", "--flow", "2", "--time", "4", "--water", "wet",
+                                   "--text"});
+        QVERIFY(p.waitForFinished(60000));
+        QCOMPARE(p.exitCode(), 0);
+        const QStringList lines = QString::fromUtf8(p.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
+        QCOMPARE(lines.size(), 6);
+        QVERIFY2(lines.at(0).startsWith("# Ulvex fronts: " + TestDatabase::soilName(3) + ", 1 L/h, wet"),
+                 qPrintable(lines.at(0)));
+        QCOMPARE(lines.at(1), QString("Time (h),r (m),z (m),Pond radius (m)"));
+        for (int hour = 1; hour <= 4; ++hour) {
+            const QStringList v = lines.at(1 + hour).split(',');
+            QCOMPARE(v.size(), 4);
+            QCOMPARE(v.at(0).toInt(), hour);
+            QCOMPARE(v.at(1).toDouble(), TestDatabase::frontValue("SurfaceData-c3", "r", 3, 2, hour));
+            QCOMPARE(v.at(2).toDouble(), TestDatabase::frontValue("SurfaceData-c3", "z", 3, 2, hour));
+            QVERIFY(qAbs(v.at(3).toDouble() - TestDatabase::pondRadius(3, 2, -3, hour)) < 1e-12);
+        }
+
+        // Buried: r, zplus and zminus, to a file.
+        const QString file = dir.filePath("fronts.csv");
+        QCOMPARE(render({"-d", db, "-s", "2", "-f", "1", "-t", "2", "-w", "dry", "-e", "buried", "--text",
+                         "-o", file}).status, 0);
+        const QStringList buried = QString::fromUtf8(bytes(file)).split('\n', Qt::SkipEmptyParts);
+        QCOMPARE(buried.size(), 4);
+        QCOMPARE(buried.at(1), QString("Time (h),r (m),zplus (m),zminus (m)"));
+        QCOMPARE(buried.at(3).split(',').at(3).toDouble(), TestDatabase::frontValue("BuriedData-c", "zminus", 2, 1, 2));
+    }
+
+    void textSaysWhenTheDatabaseHoldsNoWetSpot()
+    {
+        QTemporaryDir old;
+        TestDatabase::Options o;
+        o.omitTables = QStringList{"PondData"};
+        const QString olderDb = TestDatabase::create(old.path(), o);
+        QProcess p;
+        p.start(ULVEX_RENDER_EXE, {"--database", olderDb, "--time", "2", "--text"});
+        QVERIFY(p.waitForFinished(60000));
+        QCOMPARE(p.exitCode(), 0);
+        const QString out = QString::fromUtf8(p.readAllStandardOutput());
+        QVERIFY2(out.contains("holds no pond radii"), qPrintable(out));
+        QVERIFY(out.contains("Time (h),r (m),z (m)\n1,"));
+    }
+
     void drawsSvgAndPdf()
     {
         const QString svg = dir.filePath("graph.svg");
