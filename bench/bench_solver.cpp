@@ -9,20 +9,81 @@
 //   bench_solver --convergence   also runs six cases with every cell size
 //                                halved and prints how much r, z and zminus
 //                                change, hour by hour (slow: several minutes)
+//   bench_solver --case SOIL FLOW HEAD surface|buried [REFINEMENT]
+//                                one case on the shipped mesh and a refined one
+//                                (default 2), hour by hour, with the pond radius
 #include "builder/WettingSimulation.h"
 #include "tests/builder/SolverTestSoils.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <string>
 #include <thread>
 #include <vector>
 
 using namespace builder;
 
+namespace {
+
+// One case on the shipped mesh and with every cell size halved, hour by hour:
+// r, z (zplus), zminus and the pond radius on both, and the relative change.
+int compareMeshes(int soil, double flow, double head, Emitter e, double refinement,
+                  const SolverSettings& base)
+{
+    const CaseSpec caseSpec = solvertest::makeCase(soil, flow, head, e);
+    SolverSettings fine = base;
+    fine.refinement = refinement * base.refinement;
+    WettingSimulation coarseRun(caseSpec, base), fineRun(caseSpec, fine);
+    const CaseResult a = coarseRun.run(), b = fineRun.run();
+    std::printf("%s, %g L/h, %g m, %s: %.1f s (%ld steps), refined %.1f s (%ld steps)\n",
+                caseSpec.soil.name.c_str(), flow, head, e == Emitter::Surface ? "surface" : "buried",
+                a.wallSeconds, a.timeSteps, b.wallSeconds, b.timeSteps);
+    std::printf("%4s %8s %8s %8s %8s | %8s %8s %8s %8s | %6s %6s %6s %6s\n", "hour", "r", "z",
+                "zminus", "pond", "r", "z", "zminus", "pond", "dr %", "dz %", "dzm %", "dp %");
+    for (size_t i = 0; i < a.fronts.size() && i < b.fronts.size(); ++i) {
+        const FrontRow &x = a.fronts[i], &y = b.fronts[i];
+        auto rel = [](double u, double v) { return v > 0 ? 100 * (u / v - 1) : 0.0; };
+        std::printf("%4d %8.4f %8.4f %8.4f %8.4f | %8.4f %8.4f %8.4f %8.4f | %6.2f %6.2f %6.2f %6.2f\n",
+                    x.hour, x.r, x.down, x.up, x.pondRadius, y.r, y.down, y.up, y.pondRadius,
+                    rel(x.r, y.r), rel(x.down, y.down), rel(x.up, y.up),
+                    rel(x.pondRadius, y.pondRadius));
+    }
+    std::printf("largest change %.2f %%\n", 100 * largestChange(a, b));
+    return 0;
+}
+
+} // namespace
+
 int main(int argc, char** argv)
 {
+    // bench_solver --case SOIL FLOW HEAD surface|buried [REFINEMENT [SETTING=VALUE...]]
+    if (argc >= 6 && std::strcmp(argv[1], "--case") == 0) {
+        SolverSettings base;
+        for (int i = 7; i < argc; ++i) {
+            const char* eq = std::strchr(argv[i], '=');
+            if (!eq)
+                continue;
+            const std::string key(argv[i], size_t(eq - argv[i]));
+            const double v = std::atof(eq + 1);
+            if (key == "blend") base.saturatedBlendBand = v;
+            else if (key == "blendpond") base.blendUnderPond = v != 0;
+            else if (key == "flat") base.flatBulbRows = v != 0;
+            else if (key == "flatlimit") base.flatBulbLimit = v;
+            else if (key == "across") base.cellsAcrossBulb = v;
+            else if (key == "finest") base.finestCell = v;
+            else if (key == "growth") base.growth = v;
+            else if (key == "refinement") base.refinement = v;
+            else if (key == "airentry") base.airEntryMaxN = v;
+            else if (key == "maxstep") base.maxStep = v;
+            else std::fprintf(stderr, "unknown setting %s\n", key.c_str());
+        }
+        return compareMeshes(std::atoi(argv[2]), std::atof(argv[3]), std::atof(argv[4]),
+                             std::strcmp(argv[5], "buried") == 0 ? Emitter::Buried : Emitter::Surface,
+                             argc >= 7 ? std::atof(argv[6]) : 2.0, base);
+    }
     const bool convergence = argc > 1 && std::strcmp(argv[1], "--convergence") == 0;
     const double flows[5] = {0.5, 1, 2, 4, 8};
     const double heads[3] = {-3, -6, -10};

@@ -38,7 +38,7 @@ double RichardsSolver::faceConductivity(double ha, double hb, double ka, double 
         return arithmetic;
     const double integral = integralMean(ha, hb, ka, kb, pa, pb);
     const double band = m_set.saturatedBlendBand;
-    if (band <= 0)
+    if (band <= 0 || (m_pond && !m_set.blendUnderPond))
         return integral;
     const double x = (std::max(ha, hb) - (m_table->topHead() - band)) / band;
     if (x <= 0)
@@ -116,6 +116,26 @@ void RichardsSolver::setPond(double flow, double minRadius)
     while (m_pondK < m_mesh.columns() && m_mesh.rFaces()[m_pondK + 1] <= minRadius * (1 + 1e-9))
         ++m_pondK;
     m_pondRadius = m_mesh.rFaces()[m_pondK];
+}
+
+void RichardsSolver::setFluxDisc(double flow, double radius)
+{
+    m_fluxDiscFlow = flow;
+    m_fluxDiscRadius = radius;
+}
+
+void RichardsSolver::setFixedPond(double radius)
+{
+    m_pond = true;
+    m_pondFixed = true;
+    m_pondFlow = 0;
+    m_pondMinRadius = radius;
+    m_pondK = 0;
+    const auto& rf = m_mesh.rFaces();
+    while (m_pondK < m_mesh.columns()
+           && std::fabs(rf[m_pondK + 1] - radius) < std::fabs(rf[m_pondK] - radius))
+        ++m_pondK;
+    m_pondRadius = rf[m_pondK];
 }
 
 int RichardsSolver::boundaryCell(Side side, int i) const
@@ -363,6 +383,12 @@ bool RichardsSolver::step(double dt)
     m_time += dt;
     m_inflow += inflowRate * dt;
     m_drained += m_drainRate * dt;
+    m_lastPondInflow = m_pondInflowNow;
+    if (m_fluxDiscFlow > 0) {
+        const auto& rf = m_mesh.rFaces();
+        for (int j = 0; j < m_mesh.columns() && rf[j] < m_fluxDiscRadius; ++j)
+            m_fluxDiscPeak = std::max(m_fluxDiscPeak, m_h[m_mesh.index(j, 0)]);
+    }
     m_lastIterations = it;
     ++m_accepted;
     if (it <= m_set.fewIterations)
@@ -464,6 +490,20 @@ bool RichardsSolver::solveLinear(const std::vector<KirchhoffTable::Point>& pts,
         }
     }
 
+    // an even flux over the source disc: each top ring gets the share of the
+    // disc's area that it covers
+    double fluxDiscRate = 0;
+    if (m_fluxDiscFlow > 0) {
+        const auto& rf = m_mesh.rFaces();
+        const double R = m_fluxDiscRadius;
+        for (int j = 0; j < nr && rf[j] < R; ++j) {
+            const double outer = std::min(rf[j + 1], R);
+            const double q = m_fluxDiscFlow * (outer * outer - rf[j] * rf[j]) / (R * R);
+            rhs[m_mesh.index(j, 0)] += q;
+            fluxDiscRate += q;
+        }
+    }
+
     double pondRate = 0;
     if (m_pond) {
         // coefficients of the h = 0 condition on each top face
@@ -495,7 +535,8 @@ bool RichardsSolver::solveLinear(const std::vector<KirchhoffTable::Point>& pts,
     double headRate = 0;
     for (const Fixed& f : fixedHeads)
         headRate += f.c * (f.hb - hOut[f.cell]) + f.g;
-    inflowRate = fixedInflow + headRate + sourceRate + pondRate + m_drainRate;
+    m_pondInflowNow = pondRate;
+    inflowRate = fixedInflow + headRate + sourceRate + pondRate + fluxDiscRate + m_drainRate;
     return true;
 }
 
@@ -562,6 +603,23 @@ bool RichardsSolver::solvePond(const Eigen::VectorXd& rhs0, const std::vector<do
     m_pondCoversTop = false;
     Eigen::VectorXd& x = m_x;
     Eigen::VectorXd& rhs = m_pondRhs;
+    if (m_pondFixed) {
+        // a disc of given size at h = 0: whatever flow it takes
+        k = m_pondK;
+        setDisc(k);
+        rhs = rhs0;
+        for (int j = 0; j < k; ++j)
+            rhs[m_mesh.index(j, 0)] += m_pg[j];
+        if (!solveSystem(k, rhs, hm, x))
+            return false;
+        double ix = 0;
+        for (int j = 0; j < k; ++j)
+            ix += m_pg[j] - m_pa[j] * x[m_mesh.index(j, 0)];
+        for (int i = 0; i < n; ++i)
+            hOut[i] = x[i];
+        inflowRate = ix;
+        return true;
+    }
     for (int guard = 0; guard < 4 * nr + 8; ++guard) {
         setDisc(k);
         rhs = rhs0;

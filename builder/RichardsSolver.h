@@ -55,6 +55,19 @@ public:
     // Surface emitter on the top: `flow` m3/s through a ponded disc of at least
     // `minRadius`.
     void setPond(double flow, double minRadius);
+    // Surface emitter on the top fed as an even flux: `flow` m3/s spread over
+    // the disc of `radius` by area (a ring the disc's edge cuts gets its
+    // share), no ponding; the rest of the top has no flux. The highest head a
+    // top cell under the disc reaches is kept (fluxDiscPeakHead): above 0 the
+    // soil would pond there.
+    void setFluxDisc(double flow, double radius);
+    double fluxDiscPeakHead() const { return m_fluxDiscPeak; }
+    // Test-facing: the top faces within `radius` held at h = 0 (a ponded disc
+    // of fixed size, whatever flow it then takes; the radius is rounded to the
+    // nearest face). The flow through it is booked with the inflow, and is
+    // lastPondInflow() m3/s in the last accepted step.
+    void setFixedPond(double radius);
+    double lastPondInflow() const { return m_lastPondInflow; }
 
     // One implicit step of length dt. Returns false (state unchanged) when the
     // iteration does not converge or the water content changes too much; the
@@ -159,6 +172,9 @@ private:
     Boundary m_bc[3];
     double m_pondFlow = 0, m_pondMinRadius = 0;
     bool m_pond = false;
+    bool m_pondFixed = false;         // setFixedPond: the disc's size is given, not its flow
+    double m_lastPondInflow = 0, m_pondInflowNow = 0;
+    double m_fluxDiscFlow = 0, m_fluxDiscRadius = 0, m_fluxDiscPeak = -1e300;
     double m_drainK = 0, m_drainRate = 0, m_drained = 0;
     bool m_drainTop = false;
     int m_pondK = 0;               // columns fully under the disc

@@ -11,7 +11,8 @@ std::string SolverSettings::describe() const
       << " Mualem l=" << poreConnectivity << "; air-entry h_s=" << airEntryHead
       << " m for n<" << airEntryMaxN << "; face K=";
     if (integralMeanConductivity)
-        o << "integral mean, arithmetic within " << saturatedBlendBand << " m of saturation";
+        o << "integral mean, arithmetic within " << saturatedBlendBand << " m of saturation"
+          << (blendUnderPond ? "" : " (not under the ponded disc)");
     else
         o << "arithmetic mean";
     if (tabulatedSoil)
@@ -29,6 +30,8 @@ std::string SolverSettings::describe() const
     if (chordIterations)
         o << " (factorised anew when a saturated cell's diagonal fell below 1/" << chordDiagonalRatio
           << ")";
+    if (surfaceFluxRadius > 0)
+        o << "; surface emitter: even flux over a disc of " << surfaceFluxRadius << " m";
     return o.str();
 }
 

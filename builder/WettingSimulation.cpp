@@ -79,16 +79,17 @@ CaseResult WettingSimulation::run()
     double largest = finest;
     // the mesh for a horizon, each side at least as long as asked for; it also
     // sets `largest` for that mesh
-    auto meshFor = [&](double horizon, double radius, double depth, double height) {
+    auto meshFor = [&](double horizon, double radius, double depth, double height, double flatness) {
         const double volume = flow * horizon / (0.5 * span);
         const double scale = buried ? std::cbrt(3.0 * volume / (4.0 * M_PI))
                                     : std::cbrt(3.0 * volume / (2.0 * M_PI));
         largest = std::max(finest, scale / m_set.cellsAcrossBulb / m_set.refinement);
+        const double largestDown = std::max(finest, largest * flatness);
         const double start = std::max(m_set.initialDomainFactor * scale, 3.0 * core);
         std::vector<double> rf = AxisymmetricMesh::gradedFaces(
             0.0, 1.0, std::max(start, radius), finest, core, growth, largest);
         std::vector<double> zf = AxisymmetricMesh::gradedFaces(
-            0.0, 1.0, std::max(start, depth), finest, core, growth, largest);
+            0.0, 1.0, std::max(start, depth), finest, core, growth, largestDown);
         if (buried) {
             std::vector<double> up = AxisymmetricMesh::gradedFaces(
                 0.0, -1.0, std::max(start, height), finest, core, growth, largest);
@@ -99,7 +100,7 @@ CaseResult WettingSimulation::run()
         return AxisymmetricMesh(rf, zf);
     };
     const double firstHorizon = m_set.remesh ? std::min(3600.0, duration) : duration;
-    AxisymmetricMesh mesh = meshFor(firstHorizon, 0, 0, 0);
+    AxisymmetricMesh mesh = meshFor(firstHorizon, 0, 0, 0, 1.0);
     RichardsSolver solver(*soil, mesh, m_set);
     solver.setUniformHead(h0);
 
@@ -117,8 +118,11 @@ CaseResult WettingSimulation::run()
         return src;
     };
     solver.setDrainage(soil->conductivity(h0), buried);
+    const bool fluxDisc = !buried && m_set.surfaceFluxRadius > 0;
     if (buried)
         solver.setSources(placeSources(solver.mesh()));
+    else if (fluxDisc)
+        solver.setFluxDisc(flow, m_set.surfaceFluxRadius);
     else
         solver.setPond(flow, m_set.minDiscRadius);
 
@@ -208,13 +212,17 @@ CaseResult WettingSimulation::run()
         row.r = extent.radius;
         row.down = extent.down;
         row.up = buried ? extent.up : 0.0;
+        row.pondRadius = buried ? 0.0 : fluxDisc ? m_set.surfaceFluxRadius : solver.pondRadius();
         result.fronts.push_back(row);
         // hours 1, 2, 4, 8, 16: a mesh for twice the time, over at least the
         // present domain
         if (m_set.remesh && hour < m_spec.hours && (hour & (hour - 1)) == 0) {
             const AxisymmetricMesh& m = solver.mesh();
+            double flatness = 1.0;
+            if (!buried && m_set.flatBulbRows && extent.radius > 0)
+                flatness = std::clamp(extent.down / extent.radius, m_set.flatBulbLimit, 1.0);
             solver.remesh(meshFor(3600.0 * std::min(2 * hour, m_spec.hours), m.rFaces().back(),
-                                  m.zFaces().back(), -m.zFaces().front()),
+                                  m.zFaces().back(), -m.zFaces().front(), flatness),
                           h0);
             ++m_remeshes;
         }
@@ -231,6 +239,13 @@ CaseResult WettingSimulation::run()
     m_bookedError =
         std::fabs(solver.cumulativeInflow() - solver.cumulativeDrainage() - injected) / injected;
     result.timeSteps = solver.acceptedSteps();
+    if (fluxDisc && solver.fluxDiscPeakHead() > 0) {
+        std::ostringstream o;
+        o << "the surface head under the flux disc of " << m_set.surfaceFluxRadius << " m rose to "
+          << solver.fluxDiscPeakHead()
+          << " m, above 0: the soil would pond there; the even flux was kept";
+        result.warning = o.str();
+    }
     if (result.reachedBoundary)
         result.message = "the wetting front reached the edge of the domain for " + caseName(m_spec);
     m_finalCells = solver.mesh().cells();
