@@ -86,6 +86,11 @@ void RichardsSolver::setFixedInflows(Side side, const std::vector<double>& inflo
     m_bc[sideIndex(side)] = Boundary{Boundary::Inflow, inflows};
 }
 
+void RichardsSolver::setFreeDrainageBottom()
+{
+    m_bc[sideIndex(Side::Bottom)] = Boundary{Boundary::FreeDrainage, {}};
+}
+
 void RichardsSolver::setSources(const std::vector<double>& sources)
 {
     if (int(sources.size()) != m_mesh.cells())
@@ -443,6 +448,16 @@ bool RichardsSolver::solveLinear(const std::vector<KirchhoffTable::Point>& pts,
             continue;
         const Side side = Side(s);
         const int count = side == Side::Outer ? nz : nr;
+        if (bc.kind == Boundary::FreeDrainage) {
+            // the conductivity of the iterate: at convergence, K of the new heads
+            for (int j = 0; j < count; ++j) {
+                const int cell = boundaryCell(side, j);
+                const double q = m_mesh.ringArea(j) * pts[cell].k;
+                rhs[cell] -= q;
+                fixedInflow -= q;
+            }
+            continue;
+        }
         if (int(bc.values.size()) != count)
             throw std::invalid_argument("RichardsSolver: boundary values do not match the mesh");
         for (int j = 0; j < count; ++j) {

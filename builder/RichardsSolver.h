@@ -46,6 +46,10 @@ public:
     // (columns for Top/Bottom, rows for Outer), or fixed inflows in m3/s.
     void setFixedHeads(Side side, const std::vector<double>& heads);
     void setFixedInflows(Side side, const std::vector<double>& inflows);
+    // Free drainage (unit gradient) out through the bottom: each bottom cell
+    // loses K(h) times its ring area, for the deep end of a domain whose flow
+    // has turned vertical (steady-state verification runs).
+    void setFreeDrainageBottom();
     // Volumetric sources, m3/s per cell.
     void setSources(const std::vector<double>& sources);
     // Fixed drainage flux k (m/s) out through the bottom and, if `throughTop`,
@@ -123,7 +127,7 @@ private:
     };
     struct Boundary
     {
-        enum Kind { NoFlow, Head, Inflow } kind = NoFlow;
+        enum Kind { NoFlow, Head, Inflow, FreeDrainage } kind = NoFlow;
         std::vector<double> values;
     };
 
