@@ -1,6 +1,7 @@
 #include "builder/FrontTracker.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace builder {
 
@@ -16,11 +17,41 @@ double crossing(double xw, double vw, double xd, double vd, double thr)
 
 FrontTracker::Extent FrontTracker::measure(const AxisymmetricMesh& mesh,
                                            const std::vector<double>& theta, double threshold,
-                                           double emitterZ)
+                                           double emitterZ, const Sharp& sharp)
 {
     Extent e;
     const int nr = mesh.columns(), nz = mesh.rows();
     auto at = [&](int ir, int iz) { return theta[mesh.index(ir, iz)]; };
+    const bool readSharp = sharp.span > 0;
+    // The crossing between the outermost cell at or above the threshold (w)
+    // and the next one outward (w + step), with `behind` = w - step: read
+    // linearly between the centres, and where the front is sharper than a
+    // cell, as the step front that holds the water of the cells from w on.
+    // `face(k)` is the face between cell k and cell k - step.
+    auto cross = [&](auto value, auto centre, auto face, int w, int step, int end) {
+        const double lin = crossing(centre(w), value(w), centre(w + step), value(w + step), threshold);
+        const int behind = w - step;
+        if (!readSharp || behind < 0 || behind >= end)
+            return lin;
+        const double plateau = value(behind) - sharp.initial;
+        const double drop = (value(behind) - value(w + step)) / sharp.span;
+        const double weight = std::clamp((drop - sharp.dropFrom) / (sharp.dropTo - sharp.dropFrom), 0.0, 1.0);
+        if (weight <= 0 || plateau <= threshold - sharp.initial)
+            return lin;
+        double water = 0;   // beyond face(w), in (theta - initial) x length
+        for (int k = w; k >= 0 && k < end; k += step) {
+            const double u = value(k) - sharp.initial;
+            if (u <= 0)
+                break;
+            water += u * std::fabs(face(k + step) - face(k));
+        }
+        const double direction = step > 0 ? 1.0 : -1.0;   // of the walk, along the axis
+        // centres and faces run along the walk: outward is +1 for rows and
+        // downward columns, and the walk upward runs the other way
+        const double vol = face(w) + (centre(w + step) > centre(w) ? 1.0 : -1.0) * water / plateau;
+        (void)direction;
+        return (1 - weight) * lin + weight * vol;
+    };
 
     // radial extent: in every row the outermost wet cell, interpolated outward
     for (int iz = 0; iz < nz; ++iz) {
@@ -35,8 +66,8 @@ FrontTracker::Extent FrontTracker::measure(const AxisymmetricMesh& mesh,
             r = mesh.rFaces().back();
             e.touchesOuter = true;
         } else {
-            r = crossing(mesh.rCentre(ir), at(ir, iz), mesh.rCentre(ir + 1), at(ir + 1, iz),
-                         threshold);
+            r = cross([&](int k) { return at(k, iz); }, [&](int k) { return mesh.rCentre(k); },
+                      [&](int k) { return mesh.rFaces()[size_t(k)]; }, ir, 1, nr);
         }
         e.radius = std::max(e.radius, r);
     }
@@ -52,8 +83,8 @@ FrontTracker::Extent FrontTracker::measure(const AxisymmetricMesh& mesh,
             zLow = mesh.zFaces().back();
             e.touchesBottom = true;
         } else {
-            zLow = crossing(mesh.zCentre(iz), at(ir, iz), mesh.zCentre(iz + 1), at(ir, iz + 1),
-                            threshold);
+            zLow = cross([&](int k) { return at(ir, k); }, [&](int k) { return mesh.zCentre(k); },
+                         [&](int k) { return mesh.zFaces()[size_t(k)]; }, iz, 1, nz);
         }
         e.down = std::max(e.down, zLow - emitterZ);
 
@@ -65,8 +96,9 @@ FrontTracker::Extent FrontTracker::measure(const AxisymmetricMesh& mesh,
             zHigh = mesh.zFaces().front();
             e.touchesTop = true;
         } else {
-            zHigh = crossing(mesh.zCentre(top), at(ir, top), mesh.zCentre(top - 1), at(ir, top - 1),
-                             threshold);
+            // walking upward, the face between cell k and cell k + 1 is zFaces[k + 1]
+            zHigh = cross([&](int k) { return at(ir, k); }, [&](int k) { return mesh.zCentre(k); },
+                          [&](int k) { return mesh.zFaces()[size_t(k + 1)]; }, top, -1, nz);
         }
         e.up = std::max(e.up, emitterZ - zHigh);
     }

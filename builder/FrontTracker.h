@@ -24,10 +24,29 @@ public:
         bool touchesOuter = false, touchesBottom = false, touchesTop = false;
     };
 
+    // Where the front is sharper than a cell (the water content drops by more
+    // than dropFrom x span across the two cells around the crossing, fully
+    // at dropTo), the crossing is read as the position of the step front
+    // that holds the water of the cells from the crossing on, behind it the
+    // water content of the cell before: see FrontTracker.cpp. span = 0: read
+    // linearly between cell centres only.
+    struct Sharp
+    {
+        double initial = 0;   // the initial water content
+        double span = 0;      // theta_s - initial
+        double dropFrom = 0.4, dropTo = 0.6;
+    };
+
     // `emitterZ` is the depth of the emitter (0 for a surface emitter); cells
     // at rows above it count for `up`, below it for `down`.
     static Extent measure(const AxisymmetricMesh& mesh, const std::vector<double>& theta,
-                          double threshold, double emitterZ);
+                          double threshold, double emitterZ, const Sharp& sharp);
+    // read linearly between cell centres only
+    static Extent measure(const AxisymmetricMesh& mesh, const std::vector<double>& theta,
+                          double threshold, double emitterZ)
+    {
+        return measure(mesh, theta, threshold, emitterZ, Sharp{0, 0, 0.4, 0.6});
+    }
 };
 
 } // namespace builder

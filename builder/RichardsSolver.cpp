@@ -396,6 +396,7 @@ bool RichardsSolver::step(double dt)
     }
     m_lastIterations = it;
     ++m_accepted;
+    m_beforeRemesh.reset();
     if (it <= m_set.fewIterations)
         m_nextStep = std::max(m_nextStep, dt * m_set.stepIncrease);
     else if (it >= m_set.manyIterations)
@@ -793,6 +794,8 @@ double RichardsSolver::headOfWaterContent(double theta) const
 
 void RichardsSolver::remesh(const AxisymmetricMesh& mesh, double fillHead)
 {
+    m_beforeRemesh.reset(new BeforeRemesh{m_mesh, m_h, m_theta, m_sources, m_lastChange, m_pondK, m_pondRadius,
+                                          m_nextStep, m_lastStep, m_stepCap});
     const AxisymmetricMesh old = m_mesh;
     const int n = mesh.cells(), nr = mesh.columns();
     std::vector<double> water(n, 0.0), covered(n, 0.0), headSum(n, 0.0), sources(n, 0.0);
@@ -840,6 +843,26 @@ void RichardsSolver::remesh(const AxisymmetricMesh& mesh, double fillHead)
         m_pondRadius = m_mesh.rFaces()[m_pondK];
     }
     buildPattern();
+}
+
+bool RichardsSolver::undoRemesh()
+{
+    if (!m_beforeRemesh)
+        return false;
+    const std::unique_ptr<BeforeRemesh> b = std::move(m_beforeRemesh);
+    m_mesh = b->mesh;
+    m_sources = b->sources;
+    sumSources();
+    m_h = b->h;
+    m_theta = b->theta;   // as they were, not recomputed: the water stays exactly the same
+    m_lastChange = b->lastChange;
+    m_pondK = b->pondK;
+    m_pondRadius = b->pondRadius;
+    m_nextStep = b->nextStep;
+    m_lastStep = b->lastStep;
+    m_stepCap = b->stepCap;
+    buildPattern();
+    return true;
 }
 
 } // namespace builder

@@ -106,6 +106,13 @@ public:
     // cells keep the volume-weighted head. Sources move with the overlapped
     // volumes, a ponded disc keeps its radius (to the nearest face inside it).
     void remesh(const AxisymmetricMesh& mesh, double fillHead);
+    // Until the first step after a remesh is accepted, the state before it
+    // can be restored: the remeshed state of a pressurised zone (heads
+    // averaged over new cells that straddle its edge) can leave the Picard
+    // iteration cycling at the zone's edge at every step size, while the run
+    // goes on from the old mesh without trouble. Returns false when there is
+    // nothing to undo.
+    bool undoRemesh();
 
     const AxisymmetricMesh& mesh() const { return m_mesh; }
     const std::vector<double>& heads() const { return m_h; }
@@ -208,6 +215,15 @@ private:
     double m_lastStep = 0;
     double m_stepCap = 1e300;
     std::vector<double> m_lastChange;
+    // the state before the last remesh, until a step on the new mesh succeeds
+    struct BeforeRemesh
+    {
+        AxisymmetricMesh mesh;
+        std::vector<double> h, theta, sources, lastChange;
+        int pondK;
+        double pondRadius, nextStep, lastStep, stepCap;
+    };
+    std::unique_ptr<BeforeRemesh> m_beforeRemesh;
     int m_lastIterations = 0;
     long m_accepted = 0, m_rejected = 0;
     mutable Statistics m_stats;

@@ -72,13 +72,26 @@ struct SolverSettings
     // and at hours 1, 2, 4, 8 and 16 the run moves (conserving the water) to a
     // mesh sized for twice that time.
     bool remesh = true;
+    // Before the first hour the run also remeshes at a quarter and at half an
+    // hour (earlyRemeshes = 2), each time for twice the time, so that the
+    // first hour's mesh is already shaped like the bulb (below).
+    int earlyRemeshes = 2;
     // A wide ponded disc in fine soil wets a flat bulb: its depth is a
     // fraction of its radius, and the cells sized for the radius left the
-    // downward front in few rows. When the run remeshes, the largest rows of
-    // a surface emitter's mesh are sized by the bulb's depth/radius ratio
-    // (no smaller than flatBulbLimit x the largest columns).
-    bool flatBulbRows = true;
-    double flatBulbLimit = 0.5;
+    // downward front in few rows (Clay Loam, -10 m, 4 L/h, surface: z moved
+    // 3.1 % under cell halving at hour 3); a buried emitter in sand wets a
+    // tall one. When the run remeshes, the largest cells of each side (radial,
+    // down, up) are sized by that side's extent over the longest one, no
+    // smaller than shapeLimit x the largest.
+    bool shapedMesh = true;
+    double shapeLimit = 0.5;
+
+    // --- front --------------------------------------------------------------
+    // A front sharper than a cell (the saturated bulb of a strong source in
+    // fine soil ends within one or two cells) is read as the step front that
+    // holds the water of its last cells (FrontTracker::Sharp); false: always
+    // linear interpolation between cell centres.
+    bool sharpFrontReading = false;
     // The domain starts at initialDomainFactor x the radius of the estimated
     // bulb and grows by domainGrowth x its length (new cells at the initial
     // state) on every side where the water content at its edge rises by more

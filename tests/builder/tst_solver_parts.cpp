@@ -32,6 +32,7 @@ private slots:
     void airEntryOnlyForSmallN();
     void gradedMesh();
     void remeshKeepsWater();
+    void undoRemeshRestoresTheState();
     void frontOfKnownField();
     void frontMovesSmoothly();
 };
@@ -377,6 +378,52 @@ void TestSolverParts::remeshKeepsWater()
             worst = std::max(worst, std::fabs(solver.thetas()[coarse.index(jr, jz)] - expectedTheta));
         }
     QVERIFY2(worst < 1e-12, qPrintable(QString::number(worst)));
+}
+
+void TestSolverParts::undoRemeshRestoresTheState()
+{
+    // A remesh can be taken back until a step on the new mesh succeeds: the
+    // mesh, every head and water content and the sources as they were.
+    VanGenuchten loam(0.078, 0.43, 3.6, 1.56, 2.9e-6, 0.5, -0.02);
+    const double h0 = -6.0;
+    const AxisymmetricMesh fine(AxisymmetricMesh::gradedFaces(0, 1, 0.3, 0.0025, 0.01, 1.12, 0.02),
+                                AxisymmetricMesh::gradedFaces(0, 1, 0.4, 0.0025, 0.01, 1.12, 0.02));
+    const AxisymmetricMesh coarse(AxisymmetricMesh::gradedFaces(0, 1, 0.5, 0.0025, 0.01, 1.2, 0.04),
+                                  AxisymmetricMesh::gradedFaces(0, 1, 0.6, 0.0025, 0.01, 1.2, 0.04));
+    RichardsSolver solver(loam, fine, SolverSettings());
+    solver.setUniformHead(h0);
+    std::vector<double> src(fine.cells(), 0.0);
+    src[fine.index(0, 0)] = 1e-7;
+    solver.setSources(src);
+    // steps as the solver suggests them, until it has accepted `count`
+    auto advance = [&solver](int count) {
+        for (int tries = 0; count > 0 && tries < 200; ++tries)
+            if (solver.step(solver.suggestedStep()))
+                --count;
+        return count == 0;
+    };
+    QVERIFY(!solver.undoRemesh());   // nothing to undo yet
+    QVERIFY(advance(5));
+    const std::vector<double> heads = solver.heads(), thetas = solver.thetas();
+    const double storage = solver.storage(), time = solver.time();
+    solver.remesh(coarse, h0);
+    QCOMPARE(solver.mesh().cells(), coarse.cells());
+    QVERIFY(solver.undoRemesh());
+    QCOMPARE(solver.mesh().cells(), fine.cells());
+    QCOMPARE(solver.mesh().rFaces(), fine.rFaces());
+    QCOMPARE(solver.mesh().zFaces(), fine.zFaces());
+    QVERIFY(solver.heads() == heads);     // bit for bit
+    QVERIFY(solver.thetas() == thetas);
+    QCOMPARE(solver.storage(), storage);
+    QCOMPARE(solver.time(), time);
+    QVERIFY(!solver.undoRemesh());   // once only
+    // the run goes on from there; after a step on the new mesh there is no way back
+    QVERIFY(advance(1));
+    QVERIFY(solver.storage() > storage);
+    solver.remesh(coarse, h0);
+    QVERIFY(advance(1));
+    QVERIFY(!solver.undoRemesh());
+    QCOMPARE(solver.mesh().cells(), coarse.cells());
 }
 
 void TestSolverParts::frontOfKnownField()
