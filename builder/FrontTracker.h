@@ -24,17 +24,18 @@ public:
         bool touchesOuter = false, touchesBottom = false, touchesTop = false;
     };
 
-    // Where the front is sharper than a cell (the water content drops by more
-    // than dropFrom x span across the two cells around the crossing, fully
-    // at dropTo), the crossing is read as the position of the step front
-    // that holds the water of the cells from the crossing on, behind it the
-    // water content of the cell before: see FrontTracker.cpp. span = 0: read
-    // linearly between cell centres only.
+    // Where the front is sharper than a cell, the crossing is read as the
+    // position of the step front that holds the water of its last cells (see
+    // FrontTracker.cpp). With u = (theta - initial) / span, the level behind
+    // the crossing cell above minLevel x the threshold and the cell ahead
+    // holding less than 1 - from of that level, the step reading takes over
+    // from the linear one, wholly when it holds less than 1 - to.
+    // span = 0: read linearly between cell centres only.
     struct Sharp
     {
         double initial = 0;   // the initial water content
         double span = 0;      // theta_s - initial
-        double dropFrom = 0.4, dropTo = 0.6;
+        double minLevel = 2, from = 0.8, to = 0.95;
     };
 
     // `emitterZ` is the depth of the emitter (0 for a surface emitter); cells
@@ -45,7 +46,7 @@ public:
     static Extent measure(const AxisymmetricMesh& mesh, const std::vector<double>& theta,
                           double threshold, double emitterZ)
     {
-        return measure(mesh, theta, threshold, emitterZ, Sharp{0, 0, 0.4, 0.6});
+        return measure(mesh, theta, threshold, emitterZ, Sharp());
     }
 };
 

@@ -84,14 +84,15 @@ struct SolverSettings
     // down, up) are sized by that side's extent over the longest one, no
     // smaller than shapeLimit x the largest.
     bool shapedMesh = true;
-    double shapeLimit = 0.5;
+    double shapeLimit = 0.2;
 
     // --- front --------------------------------------------------------------
     // A front sharper than a cell (the saturated bulb of a strong source in
     // fine soil ends within one or two cells) is read as the step front that
     // holds the water of its last cells (FrontTracker::Sharp); false: always
     // linear interpolation between cell centres.
-    bool sharpFrontReading = false;
+    bool sharpFrontReading = true;
+    double sharpMinLevel = 2, sharpFrom = 0.8, sharpTo = 0.95;   // FrontTracker::Sharp
     // The domain starts at initialDomainFactor x the radius of the estimated
     // bulb and grows by domainGrowth x its length (new cells at the initial
     // state) on every side where the water content at its edge rises by more

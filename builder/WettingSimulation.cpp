@@ -226,6 +226,9 @@ CaseResult WettingSimulation::run()
     if (m_set.sharpFrontReading) {
         sharp.initial = thetaI;
         sharp.span = span;
+        sharp.minLevel = m_set.sharpMinLevel;
+        sharp.from = m_set.sharpFrom;
+        sharp.to = m_set.sharpTo;
     }
 
     FrontTracker::Extent extent;
