@@ -9,20 +9,139 @@
 //   bench_solver --convergence   also runs six cases with every cell size
 //                                halved and prints how much r, z and zminus
 //                                change, hour by hour (slow: several minutes)
+//   bench_solver --case SOIL FLOW HEAD surface|buried [REFINEMENT]
+//                                one case on the shipped mesh and a refined one
+//                                (default 2), hour by hour, with the pond radius
+//   bench_solver --air-entry     the nine soils with the air-entry modification:
+//                                a buried and a surface case (2 L/h, -6 m) with
+//                                and without it, r, z and zminus at 6 and 24 h
 #include "builder/WettingSimulation.h"
 #include "tests/builder/SolverTestSoils.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <string>
 #include <thread>
 #include <vector>
 
 using namespace builder;
 
+namespace {
+
+// One case on the shipped mesh and with every cell size halved, hour by hour:
+// r, z (zplus), zminus and the pond radius on both, and the relative change.
+int compareMeshes(int soil, double flow, double head, Emitter e, double refinement,
+                  const SolverSettings& base, SolverSettings fine)
+{
+    const CaseSpec caseSpec = solvertest::makeCase(soil, flow, head, e);
+    fine.refinement = refinement * fine.refinement;
+    WettingSimulation coarseRun(caseSpec, base), fineRun(caseSpec, fine);
+    const CaseResult a = coarseRun.run(), b = fineRun.run();
+    std::printf("%s, %g L/h, %g m, %s: %.1f s (%ld steps), refined %.1f s (%ld steps)\n",
+                caseSpec.soil.name.c_str(), flow, head, e == Emitter::Surface ? "surface" : "buried",
+                a.wallSeconds, a.timeSteps, b.wallSeconds, b.timeSteps);
+    for (const CaseResult* run : {&a, &b})
+        if (!run->message.empty())
+            std::printf("%s run: %s\n", run == &a ? "first" : "refined", run->message.c_str());
+    std::printf("%4s %8s %8s %8s %8s | %8s %8s %8s %8s | %6s %6s %6s %6s\n", "hour", "r", "z",
+                "zminus", "pond", "r", "z", "zminus", "pond", "dr %", "dz %", "dzm %", "dp %");
+    for (size_t i = 0; i < a.fronts.size() && i < b.fronts.size(); ++i) {
+        const FrontRow &x = a.fronts[i], &y = b.fronts[i];
+        auto rel = [](double u, double v) { return v > 0 ? 100 * (u / v - 1) : 0.0; };
+        std::printf("%4d %8.4f %8.4f %8.4f %8.4f | %8.4f %8.4f %8.4f %8.4f | %6.2f %6.2f %6.2f %6.2f\n",
+                    x.hour, x.r, x.down, x.up, x.pondRadius, y.r, y.down, y.up, y.pondRadius,
+                    rel(x.r, y.r), rel(x.down, y.down), rel(x.up, y.up),
+                    rel(x.pondRadius, y.pondRadius));
+    }
+    std::printf("largest change %.2f %%\n", 100 * largestChange(a, b));
+    return 0;
+}
+
+// One case of a soil that takes the air-entry modification, run with it (as
+// shipped) and without it (the classic curves): the fronts at 6 and 24 h and
+// the differences, or why the run without it stopped.
+void compareAirEntry(int soil, double flow, double head, Emitter e)
+{
+    const CaseSpec caseSpec = solvertest::makeCase(soil, flow, head, e);
+    SolverSettings classic;
+    classic.airEntryMaxN = 1.0;   // no soil has n below 1: none is modified
+    const CaseResult a = runCase(caseSpec), b = runCase(caseSpec, classic);
+    std::printf("%-16s %-7s %6ld %6ld steps", caseSpec.soil.name.c_str(),
+                e == Emitter::Surface ? "surface" : "buried", a.timeSteps, b.timeSteps);
+    if (b.fronts.size() < 24 || a.fronts.size() < 24) {
+        std::printf("  without: %s\n", b.message.empty() ? "stopped" : b.message.c_str());
+        return;
+    }
+    for (int hour : {6, 24}) {
+        const FrontRow &x = a.fronts[size_t(hour - 1)], &y = b.fronts[size_t(hour - 1)];
+        auto rel = [](double u, double v) { return v > 0 ? 100 * (v / u - 1) : 0.0; };
+        std::printf(" | %2d h: r %.3f/%.3f (%+.1f %%) z %.3f/%.3f (%+.1f %%)", hour, x.r, y.r, rel(x.r, y.r),
+                    x.down, y.down, rel(x.down, y.down));
+        if (e == Emitter::Buried)
+            std::printf(" zminus %.3f/%.3f (%+.1f %%)", x.up, y.up, rel(x.up, y.up));
+    }
+    std::printf(" | mass balance %.1e/%.1e\n", a.massBalanceError, b.massBalanceError);
+    std::fflush(stdout);
+}
+
+} // namespace
+
 int main(int argc, char** argv)
 {
+    // bench_solver --case SOIL FLOW HEAD surface|buried [REFINEMENT [SETTING=VALUE...]]
+    if (argc >= 6 && std::strcmp(argv[1], "--case") == 0) {
+        // SETTING=VALUE applies to both runs, fine.SETTING=VALUE to the refined one only
+        SolverSettings base, fineBase;
+        auto apply = [](SolverSettings& set, const std::string& key, double v) {
+            if (key == "blend") set.saturatedBlendBand = v;
+            else if (key == "blendpond") set.blendUnderPond = v != 0;
+            else if (key == "shaped") set.shapedMesh = v != 0;
+            else if (key == "shapelimit") set.shapeLimit = v;
+            else if (key == "early") set.earlyRemeshes = int(v);
+            else if (key == "across") set.cellsAcrossBulb = v;
+            else if (key == "finest") set.finestCell = v;
+            else if (key == "growth") set.growth = v;
+            else if (key == "refinement") set.refinement = v;
+            else if (key == "airentry") set.airEntryMaxN = v;
+            else if (key == "maxstep") set.maxStep = v;
+            else if (key == "maxdtheta") set.maxThetaChange = v;
+            else if (key == "sharp") set.sharpFrontReading = v != 0;
+            else if (key == "sharpmin") set.sharpMinLevel = v;
+            else if (key == "sharpfrom") set.sharpFrom = v;
+            else if (key == "sharpto") set.sharpTo = v;
+            else if (key == "sharpx") set.sharpExtrapolateLevel = v != 0;
+            else std::fprintf(stderr, "unknown setting %s\n", key.c_str());
+        };
+        for (int i = 7; i < argc; ++i) {
+            const char* eq = std::strchr(argv[i], '=');
+            if (!eq)
+                continue;
+            const std::string key(argv[i], size_t(eq - argv[i]));
+            const double v = std::atof(eq + 1);
+            if (key.rfind("fine.", 0) == 0) {
+                apply(fineBase, key.substr(5), v);
+            } else {
+                apply(base, key, v);
+                apply(fineBase, key, v);
+            }
+        }
+        return compareMeshes(std::atoi(argv[2]), std::atof(argv[3]), std::atof(argv[4]),
+                             std::strcmp(argv[5], "buried") == 0 ? Emitter::Buried : Emitter::Surface,
+                             argc >= 7 ? std::atof(argv[6]) : 2.0, base, fineBase);
+    }
+    if (argc > 1 && std::strcmp(argv[1], "--air-entry") == 0) {
+        std::printf("with / without the air-entry modification (h_s = -2 cm), 2 L/h, -6 m\n");
+        for (int soil = 1; soil <= 12; ++soil) {
+            if (!(solvertest::soil(soil).n < SolverSettings().airEntryMaxN))
+                continue;
+            compareAirEntry(soil, 2, -6, Emitter::Buried);
+            compareAirEntry(soil, 2, -6, Emitter::Surface);
+        }
+        return 0;
+    }
     const bool convergence = argc > 1 && std::strcmp(argv[1], "--convergence") == 0;
     const double flows[5] = {0.5, 1, 2, 4, 8};
     const double heads[3] = {-3, -6, -10};

@@ -57,10 +57,14 @@ void BaseDatabase::checkLayout()
         int error = SQLITE_OK;
         forEachRow(m_db, QStringLiteral("PRAGMA table_info(\"%1\")").arg(table.first),
                    [&](sqlite3_stmt *s) { present << columnText(s, 1); }, error);
+        // a database written before a table or column was added lacks it:
+        // extending the base adds it
+        if (present.isEmpty() && DatabaseWriter::isLaterAddition(table.first))
+            continue;
         if (present.isEmpty())
             fail(QStringLiteral("lacks the table %1 (it is not a database written by trickle-build)").arg(table.first));
         for (const QString &column : table.second) {
-            if (!present.contains(column, Qt::CaseInsensitive))
+            if (!present.contains(column, Qt::CaseInsensitive) && !DatabaseWriter::isLaterAddition(table.first, column))
                 fail(QStringLiteral("lacks the column \"%1\" in the table %2").arg(column, table.first));
         }
     }

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <algorithm>
+#include <cmath>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -44,6 +47,11 @@ struct FrontRow
     double r = 0;    // greatest radial distance of the front, m
     double down = 0; // m
     double up = 0;   // m
+    // Surface emitter: radius of the ponded disc at that hour (the wet spot
+    // around the dripper), at least the smallest disc when the soil takes the
+    // flow without ponding; the source disc's radius for a flux disc. 0 for a
+    // buried emitter.
+    double pondRadius = 0; // m
 };
 
 struct CaseResult
@@ -54,6 +62,35 @@ struct CaseResult
     long timeSteps = 0;
     bool reachedBoundary = false;       // a front touched the domain's edge: the case is invalid
     std::string message;                // what went wrong, when something did
+    // Something the build should tell but that does not invalidate the case
+    // (e.g. a flux disc whose surface head rose above 0); empty when none.
+    std::string warning;
+    // Largest relative change of r, z (zplus) and zminus over all hours when
+    // the case was run again with every cell size halved; NaN when not checked.
+    double meshChange = std::numeric_limits<double>::quiet_NaN();
 };
+
+// Mesh convergence of one hour: the largest relative change of r, z (zplus)
+// and, above a buried emitter, zminus between the fronts on a mesh and on a
+// finer one.
+inline double largestChange(const FrontRow& coarse, const FrontRow& fine)
+{
+    double d = std::max(std::fabs(coarse.r / fine.r - 1), std::fabs(coarse.down / fine.down - 1));
+    if (fine.up > 0)
+        d = std::max(d, std::fabs(coarse.up / fine.up - 1));
+    return d;
+}
+
+// The same over every hour of two runs of one case: the figure stored as
+// CaseInfo.MeshChange. Runs of different lengths cannot be compared: NaN.
+inline double largestChange(const CaseResult& coarse, const CaseResult& fine)
+{
+    if (coarse.fronts.size() != fine.fronts.size() || coarse.fronts.empty())
+        return std::numeric_limits<double>::quiet_NaN();
+    double d = 0;
+    for (size_t i = 0; i < coarse.fronts.size(); ++i)
+        d = std::max(d, largestChange(coarse.fronts[i], fine.fronts[i]));
+    return d;
+}
 
 } // namespace builder

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
 
 namespace {
 
@@ -47,10 +48,24 @@ const char *const kSchema[] = {
     "CREATE TABLE SurfaceData (ID INTEGER PRIMARY KEY, SoilType INTEGER NOT NULL, FlowRate INTEGER NOT NULL,"
     " Time INTEGER NOT NULL, z REAL NOT NULL, r REAL NOT NULL)",
     "CREATE TABLE BuildInfo (key TEXT PRIMARY KEY, value TEXT) WITHOUT ROWID",
+    // MeshChange: the largest relative change of the fronts when the case was
+    // run again with every cell size halved (--check-mesh); NULL when not checked.
     "CREATE TABLE CaseInfo (SoilType INTEGER NOT NULL, FlowRate INTEGER NOT NULL, InitialHead REAL NOT NULL,"
-    " Emitter TEXT NOT NULL, MassBalanceError REAL NOT NULL, TimeSteps INTEGER NOT NULL,"
+    " Emitter TEXT NOT NULL, MassBalanceError REAL NOT NULL, TimeSteps INTEGER NOT NULL, MeshChange REAL,"
     " PRIMARY KEY (SoilType, FlowRate, InitialHead, Emitter)) WITHOUT ROWID",
+    // The wet spot around a surface emitter: the radius of the ponded disc at
+    // every hour (the smallest disc, 0.01 m, where the soil takes the flow
+    // without ponding; the source disc's radius for a flux disc).
+    "CREATE TABLE PondData (SoilType INTEGER NOT NULL, FlowRate INTEGER NOT NULL, InitialHead REAL NOT NULL,"
+    " Time INTEGER NOT NULL, PondRadius REAL NOT NULL, PRIMARY KEY (SoilType, FlowRate, InitialHead, Time)) WITHOUT ROWID",
 };
+
+// Tables and columns that databases written before them lack. A base without
+// them is still a database of this layout: Extend adds them (empty, or NULL
+// for the cases already there).
+const char *const kPondDataTable = "PondData";
+const char *const kMeshChangeColumn = "MeshChange";
+
 
 } // namespace
 
@@ -68,6 +83,7 @@ DatabaseWriter::DatabaseWriter(const QString &path, Mode mode)
     }
     if (mode == Mode::Extend) {
         exec("BEGIN");
+        addLaterParts();
         // New export rows follow the base's, whatever IDs it used.
         for (int buried = 0; buried < 2; ++buried) {
             Statement s{prepare(QStringLiteral("SELECT coalesce(max(ID), 0) + 1 FROM %1")
@@ -84,6 +100,39 @@ DatabaseWriter::DatabaseWriter(const QString &path, Mode mode)
     exec("BEGIN");
     for (const char *sql : kSchema)
         exec(sql);
+}
+
+bool DatabaseWriter::isLaterAddition(const QString &table, const QString &column)
+{
+    if (table == QLatin1String(kPondDataTable))
+        return true;
+    return table == QLatin1String("CaseInfo") && column == QLatin1String(kMeshChangeColumn);
+}
+
+void DatabaseWriter::addLaterParts()
+{
+    bool hasPondData = false, hasMeshChange = false;
+    {
+        Statement s{prepare(QStringLiteral("SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name = '%1'")
+                                .arg(QLatin1String(kPondDataTable)))};
+        hasPondData = sqlite3_step(s.stmt) == SQLITE_ROW && sqlite3_column_int(s.stmt, 0) > 0;
+    }
+    {
+        Statement s{prepare(QStringLiteral("PRAGMA table_info(CaseInfo)"))};
+        while (sqlite3_step(s.stmt) == SQLITE_ROW) {
+            const char *name = reinterpret_cast<const char *>(sqlite3_column_text(s.stmt, 1));
+            if (name && QString::fromUtf8(name).compare(QLatin1String(kMeshChangeColumn), Qt::CaseInsensitive) == 0)
+                hasMeshChange = true;
+        }
+    }
+    if (!hasMeshChange)
+        exec("ALTER TABLE CaseInfo ADD COLUMN MeshChange REAL");
+    if (!hasPondData) {
+        for (const char *sql : kSchema) {
+            if (QByteArray(sql).startsWith(QByteArray("CREATE TABLE ") + kPondDataTable + " "))
+                exec(sql);
+        }
+    }
 }
 
 DatabaseWriter::~DatabaseWriter()
@@ -236,13 +285,32 @@ void DatabaseWriter::writeCase(int soilTypeNo, int flowRateNo, double initialHea
             step(s.stmt, "cannot write an export row");
         }
     }
-    Statement s{prepare(QStringLiteral("INSERT INTO CaseInfo VALUES (?, ?, ?, ?, ?, ?)"))};
+    if (!buried) {
+        Statement s{prepare(QStringLiteral("INSERT INTO PondData (SoilType, FlowRate, InitialHead, Time, PondRadius) VALUES (?, ?, ?, ?, ?)"))};
+        for (const auto &f : result.fronts) {
+            if (!std::isfinite(f.pondRadius) || f.pondRadius <= 0)
+                throw UlvexError(TrickleBuildErrors::Database,
+                                 what + QStringLiteral(": the pond radius at hour %1 is not a positive number").arg(f.hour));
+            sqlite3_bind_int(s.stmt, 1, soilTypeNo);
+            sqlite3_bind_int(s.stmt, 2, flowRateNo);
+            sqlite3_bind_double(s.stmt, 3, initialHead);
+            sqlite3_bind_int(s.stmt, 4, f.hour);
+            sqlite3_bind_double(s.stmt, 5, f.pondRadius);
+            step(s.stmt, "cannot write a pond radius");
+        }
+    }
+    Statement s{prepare(QStringLiteral("INSERT INTO CaseInfo (SoilType, FlowRate, InitialHead, Emitter, MassBalanceError, TimeSteps, MeshChange)"
+                                       " VALUES (?, ?, ?, ?, ?, ?, ?)"))};
     sqlite3_bind_int(s.stmt, 1, soilTypeNo);
     sqlite3_bind_int(s.stmt, 2, flowRateNo);
     sqlite3_bind_double(s.stmt, 3, initialHead);
     sqlite3_bind_text(s.stmt, 4, buried ? "buried" : "surface", -1, SQLITE_STATIC);
     sqlite3_bind_double(s.stmt, 5, result.massBalanceError);
     sqlite3_bind_int64(s.stmt, 6, result.timeSteps);
+    if (std::isnan(result.meshChange))
+        sqlite3_bind_null(s.stmt, 7); // not checked
+    else
+        sqlite3_bind_double(s.stmt, 7, result.meshChange);
     step(s.stmt, "cannot write the case's mass balance");
 }
 
@@ -312,7 +380,7 @@ void DatabaseWriter::renumberSoil(int from, int to)
 std::vector<DatabaseWriter::StoredCase> DatabaseWriter::storedCases()
 {
     std::vector<StoredCase> out;
-    Statement s{prepare(QStringLiteral("SELECT SoilType, FlowRate, InitialHead, Emitter, MassBalanceError FROM CaseInfo"))};
+    Statement s{prepare(QStringLiteral("SELECT SoilType, FlowRate, InitialHead, Emitter, MassBalanceError, MeshChange FROM CaseInfo"))};
     int rc;
     while ((rc = sqlite3_step(s.stmt)) == SQLITE_ROW) {
         StoredCase c;
@@ -322,6 +390,8 @@ std::vector<DatabaseWriter::StoredCase> DatabaseWriter::storedCases()
         const char *e = reinterpret_cast<const char *>(sqlite3_column_text(s.stmt, 3));
         c.emitter = e && std::strcmp(e, "buried") == 0 ? builder::Emitter::Buried : builder::Emitter::Surface;
         c.massBalanceError = sqlite3_column_double(s.stmt, 4);
+        c.meshChange = sqlite3_column_type(s.stmt, 5) == SQLITE_NULL ? std::numeric_limits<double>::quiet_NaN()
+                                                                     : sqlite3_column_double(s.stmt, 5);
         out.push_back(c);
     }
     if (rc != SQLITE_DONE)

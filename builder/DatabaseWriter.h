@@ -14,8 +14,9 @@ struct sqlite3_stmt;
 // Writes the simulation database that the Ulvex program reads: the lookup tables
 // (SoilTypeData, FlowRateData, TimeData), the six front tables by emitter and
 // initial water content ("SurfaceData-c3" ... "BuriedData-c"), the two export
-// tables (SurfaceData, BuriedData, holding the dry-soil fronts), BuildInfo and
-// CaseInfo (per-case mass balance). Lengths are in metres.
+// tables (SurfaceData, BuriedData, holding the dry-soil fronts), BuildInfo,
+// CaseInfo (per-case mass balance and mesh check) and PondData (the pond radius
+// of the surface cases at every hour). Lengths are in metres.
 //
 // Everything is written inside one transaction that finish() commits; the file
 // is then compacted. The same calls in the same order give the same bytes, so
@@ -41,6 +42,7 @@ public:
         double initialHead = 0;
         builder::Emitter emitter = builder::Emitter::Surface;
         double massBalanceError = 0;
+        double meshChange = 0; // NaN when the case was not checked on a finer mesh
     };
 
     explicit DatabaseWriter(const QString &path, Mode mode = Mode::Create);
@@ -77,10 +79,15 @@ public:
     static QString exportTable(builder::Emitter emitter);
     // The tables this writer creates, each with its column names in order.
     static std::vector<std::pair<QString, std::vector<QString>>> layout();
+    // Whether the table (or the column of a table) came into the layout after
+    // databases had been written without it (PondData, CaseInfo.MeshChange): a
+    // base may lack it, and extending the base adds it.
+    static bool isLaterAddition(const QString &table, const QString &column = QString());
     // Initial pressure head (m) of the dry soil, whose fronts fill the export tables.
     static constexpr double kExportHead = -10.0;
 
 private:
+    void addLaterParts();
     void exec(const char *sql);
     sqlite3_stmt *prepare(const QString &sql);
     void step(sqlite3_stmt *stmt, const char *what);

@@ -38,7 +38,7 @@ double RichardsSolver::faceConductivity(double ha, double hb, double ka, double 
         return arithmetic;
     const double integral = integralMean(ha, hb, ka, kb, pa, pb);
     const double band = m_set.saturatedBlendBand;
-    if (band <= 0)
+    if (band <= 0 || (m_pond && !m_set.blendUnderPond))
         return integral;
     const double x = (std::max(ha, hb) - (m_table->topHead() - band)) / band;
     if (x <= 0)
@@ -86,6 +86,11 @@ void RichardsSolver::setFixedInflows(Side side, const std::vector<double>& inflo
     m_bc[sideIndex(side)] = Boundary{Boundary::Inflow, inflows};
 }
 
+void RichardsSolver::setFreeDrainageBottom()
+{
+    m_bc[sideIndex(Side::Bottom)] = Boundary{Boundary::FreeDrainage, {}};
+}
+
 void RichardsSolver::setSources(const std::vector<double>& sources)
 {
     if (int(sources.size()) != m_mesh.cells())
@@ -116,6 +121,26 @@ void RichardsSolver::setPond(double flow, double minRadius)
     while (m_pondK < m_mesh.columns() && m_mesh.rFaces()[m_pondK + 1] <= minRadius * (1 + 1e-9))
         ++m_pondK;
     m_pondRadius = m_mesh.rFaces()[m_pondK];
+}
+
+void RichardsSolver::setFluxDisc(double flow, double radius)
+{
+    m_fluxDiscFlow = flow;
+    m_fluxDiscRadius = radius;
+}
+
+void RichardsSolver::setFixedPond(double radius)
+{
+    m_pond = true;
+    m_pondFixed = true;
+    m_pondFlow = 0;
+    m_pondMinRadius = radius;
+    m_pondK = 0;
+    const auto& rf = m_mesh.rFaces();
+    while (m_pondK < m_mesh.columns()
+           && std::fabs(rf[m_pondK + 1] - radius) < std::fabs(rf[m_pondK] - radius))
+        ++m_pondK;
+    m_pondRadius = rf[m_pondK];
 }
 
 int RichardsSolver::boundaryCell(Side side, int i) const
@@ -363,8 +388,15 @@ bool RichardsSolver::step(double dt)
     m_time += dt;
     m_inflow += inflowRate * dt;
     m_drained += m_drainRate * dt;
+    m_lastPondInflow = m_pondInflowNow;
+    if (m_fluxDiscFlow > 0) {
+        const auto& rf = m_mesh.rFaces();
+        for (int j = 0; j < m_mesh.columns() && rf[j] < m_fluxDiscRadius; ++j)
+            m_fluxDiscPeak = std::max(m_fluxDiscPeak, m_h[m_mesh.index(j, 0)]);
+    }
     m_lastIterations = it;
     ++m_accepted;
+    m_beforeRemesh.reset();
     if (it <= m_set.fewIterations)
         m_nextStep = std::max(m_nextStep, dt * m_set.stepIncrease);
     else if (it >= m_set.manyIterations)
@@ -417,6 +449,16 @@ bool RichardsSolver::solveLinear(const std::vector<KirchhoffTable::Point>& pts,
             continue;
         const Side side = Side(s);
         const int count = side == Side::Outer ? nz : nr;
+        if (bc.kind == Boundary::FreeDrainage) {
+            // the conductivity of the iterate: at convergence, K of the new heads
+            for (int j = 0; j < count; ++j) {
+                const int cell = boundaryCell(side, j);
+                const double q = m_mesh.ringArea(j) * pts[cell].k;
+                rhs[cell] -= q;
+                fixedInflow -= q;
+            }
+            continue;
+        }
         if (int(bc.values.size()) != count)
             throw std::invalid_argument("RichardsSolver: boundary values do not match the mesh");
         for (int j = 0; j < count; ++j) {
@@ -464,6 +506,20 @@ bool RichardsSolver::solveLinear(const std::vector<KirchhoffTable::Point>& pts,
         }
     }
 
+    // an even flux over the source disc: each top ring gets the share of the
+    // disc's area that it covers
+    double fluxDiscRate = 0;
+    if (m_fluxDiscFlow > 0) {
+        const auto& rf = m_mesh.rFaces();
+        const double R = m_fluxDiscRadius;
+        for (int j = 0; j < nr && rf[j] < R; ++j) {
+            const double outer = std::min(rf[j + 1], R);
+            const double q = m_fluxDiscFlow * (outer * outer - rf[j] * rf[j]) / (R * R);
+            rhs[m_mesh.index(j, 0)] += q;
+            fluxDiscRate += q;
+        }
+    }
+
     double pondRate = 0;
     if (m_pond) {
         // coefficients of the h = 0 condition on each top face
@@ -495,7 +551,8 @@ bool RichardsSolver::solveLinear(const std::vector<KirchhoffTable::Point>& pts,
     double headRate = 0;
     for (const Fixed& f : fixedHeads)
         headRate += f.c * (f.hb - hOut[f.cell]) + f.g;
-    inflowRate = fixedInflow + headRate + sourceRate + pondRate + m_drainRate;
+    m_pondInflowNow = pondRate;
+    inflowRate = fixedInflow + headRate + sourceRate + pondRate + fluxDiscRate + m_drainRate;
     return true;
 }
 
@@ -562,6 +619,23 @@ bool RichardsSolver::solvePond(const Eigen::VectorXd& rhs0, const std::vector<do
     m_pondCoversTop = false;
     Eigen::VectorXd& x = m_x;
     Eigen::VectorXd& rhs = m_pondRhs;
+    if (m_pondFixed) {
+        // a disc of given size at h = 0: whatever flow it takes
+        k = m_pondK;
+        setDisc(k);
+        rhs = rhs0;
+        for (int j = 0; j < k; ++j)
+            rhs[m_mesh.index(j, 0)] += m_pg[j];
+        if (!solveSystem(k, rhs, hm, x))
+            return false;
+        double ix = 0;
+        for (int j = 0; j < k; ++j)
+            ix += m_pg[j] - m_pa[j] * x[m_mesh.index(j, 0)];
+        for (int i = 0; i < n; ++i)
+            hOut[i] = x[i];
+        inflowRate = ix;
+        return true;
+    }
     for (int guard = 0; guard < 4 * nr + 8; ++guard) {
         setDisc(k);
         rhs = rhs0;
@@ -720,6 +794,8 @@ double RichardsSolver::headOfWaterContent(double theta) const
 
 void RichardsSolver::remesh(const AxisymmetricMesh& mesh, double fillHead)
 {
+    m_beforeRemesh.reset(new BeforeRemesh{m_mesh, m_h, m_theta, m_sources, m_lastChange, m_pondK, m_pondRadius,
+                                          m_nextStep, m_lastStep, m_stepCap});
     const AxisymmetricMesh old = m_mesh;
     const int n = mesh.cells(), nr = mesh.columns();
     std::vector<double> water(n, 0.0), covered(n, 0.0), headSum(n, 0.0), sources(n, 0.0);
@@ -767,6 +843,26 @@ void RichardsSolver::remesh(const AxisymmetricMesh& mesh, double fillHead)
         m_pondRadius = m_mesh.rFaces()[m_pondK];
     }
     buildPattern();
+}
+
+bool RichardsSolver::undoRemesh()
+{
+    if (!m_beforeRemesh)
+        return false;
+    const std::unique_ptr<BeforeRemesh> b = std::move(m_beforeRemesh);
+    m_mesh = b->mesh;
+    m_sources = b->sources;
+    sumSources();
+    m_h = b->h;
+    m_theta = b->theta;   // as they were, not recomputed: the water stays exactly the same
+    m_lastChange = b->lastChange;
+    m_pondK = b->pondK;
+    m_pondRadius = b->pondRadius;
+    m_nextStep = b->nextStep;
+    m_lastStep = b->lastStep;
+    m_stepCap = b->stepCap;
+    buildPattern();
+    return true;
 }
 
 } // namespace builder

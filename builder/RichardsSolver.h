@@ -46,6 +46,10 @@ public:
     // (columns for Top/Bottom, rows for Outer), or fixed inflows in m3/s.
     void setFixedHeads(Side side, const std::vector<double>& heads);
     void setFixedInflows(Side side, const std::vector<double>& inflows);
+    // Free drainage (unit gradient) out through the bottom: each bottom cell
+    // loses K(h) times its ring area, for the deep end of a domain whose flow
+    // has turned vertical (steady-state verification runs).
+    void setFreeDrainageBottom();
     // Volumetric sources, m3/s per cell.
     void setSources(const std::vector<double>& sources);
     // Fixed drainage flux k (m/s) out through the bottom and, if `throughTop`,
@@ -55,6 +59,19 @@ public:
     // Surface emitter on the top: `flow` m3/s through a ponded disc of at least
     // `minRadius`.
     void setPond(double flow, double minRadius);
+    // Surface emitter on the top fed as an even flux: `flow` m3/s spread over
+    // the disc of `radius` by area (a ring the disc's edge cuts gets its
+    // share), no ponding; the rest of the top has no flux. The highest head a
+    // top cell under the disc reaches is kept (fluxDiscPeakHead): above 0 the
+    // soil would pond there.
+    void setFluxDisc(double flow, double radius);
+    double fluxDiscPeakHead() const { return m_fluxDiscPeak; }
+    // Test-facing: the top faces within `radius` held at h = 0 (a ponded disc
+    // of fixed size, whatever flow it then takes; the radius is rounded to the
+    // nearest face). The flow through it is booked with the inflow, and is
+    // lastPondInflow() m3/s in the last accepted step.
+    void setFixedPond(double radius);
+    double lastPondInflow() const { return m_lastPondInflow; }
 
     // One implicit step of length dt. Returns false (state unchanged) when the
     // iteration does not converge or the water content changes too much; the
@@ -89,6 +106,13 @@ public:
     // cells keep the volume-weighted head. Sources move with the overlapped
     // volumes, a ponded disc keeps its radius (to the nearest face inside it).
     void remesh(const AxisymmetricMesh& mesh, double fillHead);
+    // Until the first step after a remesh is accepted, the state before it
+    // can be restored: the remeshed state of a pressurised zone (heads
+    // averaged over new cells that straddle its edge) can leave the Picard
+    // iteration cycling at the zone's edge at every step size, while the run
+    // goes on from the old mesh without trouble. Returns false when there is
+    // nothing to undo.
+    bool undoRemesh();
 
     const AxisymmetricMesh& mesh() const { return m_mesh; }
     const std::vector<double>& heads() const { return m_h; }
@@ -110,7 +134,7 @@ private:
     };
     struct Boundary
     {
-        enum Kind { NoFlow, Head, Inflow } kind = NoFlow;
+        enum Kind { NoFlow, Head, Inflow, FreeDrainage } kind = NoFlow;
         std::vector<double> values;
     };
 
@@ -159,6 +183,9 @@ private:
     Boundary m_bc[3];
     double m_pondFlow = 0, m_pondMinRadius = 0;
     bool m_pond = false;
+    bool m_pondFixed = false;         // setFixedPond: the disc's size is given, not its flow
+    double m_lastPondInflow = 0, m_pondInflowNow = 0;
+    double m_fluxDiscFlow = 0, m_fluxDiscRadius = 0, m_fluxDiscPeak = -1e300;
     double m_drainK = 0, m_drainRate = 0, m_drained = 0;
     bool m_drainTop = false;
     int m_pondK = 0;               // columns fully under the disc
@@ -188,6 +215,15 @@ private:
     double m_lastStep = 0;
     double m_stepCap = 1e300;
     std::vector<double> m_lastChange;
+    // the state before the last remesh, until a step on the new mesh succeeds
+    struct BeforeRemesh
+    {
+        AxisymmetricMesh mesh;
+        std::vector<double> h, theta, sources, lastChange;
+        int pondK;
+        double pondRadius, nextStep, lastStep, stepCap;
+    };
+    std::unique_ptr<BeforeRemesh> m_beforeRemesh;
     int m_lastIterations = 0;
     long m_accepted = 0, m_rejected = 0;
     mutable Statistics m_stats;

@@ -68,6 +68,8 @@ Rows collect(const TrickleBuildOptions &options, const QByteArray &catalogue, co
         dropArray.append(n);
     o[QStringLiteral("drop_soils")] = dropArray;
     o[QStringLiteral("solver_settings")] = options.solverSettings;
+    o[QStringLiteral("surface_source")] = TrickleBuild::surfaceSourceText(options.surfaceFluxRadius);
+    o[QStringLiteral("check_mesh")] = options.checkMesh;
     rows[QStringLiteral("options")] = QJsonDocument(o).toJson(QJsonDocument::Compact);
     return rows;
 }
@@ -178,6 +180,16 @@ TrickleBuildOptions restore(const Rows &rows, const QString &folder, const QStri
     for (const QJsonValue &v : json.value(QStringLiteral("drop_soils")).toArray())
         o.dropSoils.push_back(v.toInt());
     o.solverSettings = json.value(QStringLiteral("solver_settings")).toString();
+    const QString surfaceSource = json.value(QStringLiteral("surface_source")).toString();
+    if (!surfaceSource.isEmpty() && surfaceSource != TrickleBuild::surfaceSourceText(0)) {
+        // "flux disc R m"
+        const QStringList words = surfaceSource.split(QLatin1Char(' '));
+        bool ok = false;
+        o.surfaceFluxRadius = words.size() == 4 ? c.toDouble(words[2], &ok) : 0.0;
+        if (!ok || TrickleBuild::surfaceSourceText(o.surfaceFluxRadius) != surfaceSource)
+            throw damaged(QStringLiteral("hold the surface source \"%1\"").arg(surfaceSource));
+    }
+    o.checkMesh = json.value(QStringLiteral("check_mesh")).toBool();
     return o;
 }
 

@@ -93,10 +93,13 @@ Part readPart(const QString &path)
                            .arg(version, QLatin1String(ULVEX_VERSION)));
 
     // The results: CaseInfo names the cases, the front tables hold their fronts.
-    read(QStringLiteral("SELECT SoilType, FlowRate, InitialHead, Emitter, MassBalanceError, TimeSteps FROM CaseInfo"), [&](sqlite3_stmt *s) {
+    read(QStringLiteral("SELECT SoilType, FlowRate, InitialHead, Emitter, MassBalanceError, TimeSteps, MeshChange FROM CaseInfo"),
+         [&](sqlite3_stmt *s) {
         builder::CaseResult r;
         r.massBalanceError = sqlite3_column_double(s, 4);
         r.timeSteps = long(sqlite3_column_int64(s, 5));
+        if (sqlite3_column_type(s, 6) != SQLITE_NULL)
+            r.meshChange = sqlite3_column_double(s, 6);
         p.results[CaseKey{sqlite3_column_int(s, 0), sqlite3_column_int(s, 1), sqlite3_column_double(s, 2),
                           SqliteRead::columnText(s, 3) == QLatin1String("buried")}] = r;
     });
@@ -114,6 +117,14 @@ Part readPart(const QString &path)
                  });
         }
     }
+    // The pond radii of the surface cases, by hour.
+    read(QStringLiteral("SELECT SoilType, FlowRate, InitialHead, Time, PondRadius FROM PondData"), [&](sqlite3_stmt *s) {
+        const auto it = p.results.find(CaseKey{sqlite3_column_int(s, 0), sqlite3_column_int(s, 1), sqlite3_column_double(s, 2), false});
+        const int hour = sqlite3_column_int(s, 3);
+        if (it == p.results.end() || hour < 1 || hour > int(it->second.fronts.size()))
+            return; // a radius without its case or front: checkResults() names the case
+        it->second.fronts[size_t(hour - 1)].pondRadius = sqlite3_column_double(s, 4);
+    });
     return p;
 }
 
@@ -165,13 +176,14 @@ void checkResults(const std::vector<Part> &parts, const TrickleBuildPlan &plan)
         const auto it = p.results.find(keyOf(plan.cases[i]));
         bool complete = it != p.results.end() && int(it->second.fronts.size()) == plan.sweep.hours;
         for (size_t h = 0; complete && h < it->second.fronts.size(); ++h)
-            complete = it->second.fronts[h].hour == int(h) + 1;
+            complete = it->second.fronts[h].hour == int(h) + 1
+                       && (plan.cases[i].emitter == builder::Emitter::Buried || it->second.fronts[h].pondRadius > 0);
         if (!complete && lacking[k]++ == 0)
             firstLacking[k] = plan.names[i];
     }
     for (const Part &p : parts) {
         if (lacking[p.shard] > 0)
-            throw mergeError(QStringLiteral("%1 lacks the results (or the fronts of every hour) of %2 of its %3 case(s), the first %4; "
+            throw mergeError(QStringLiteral("%1 lacks the results (or the fronts or pond radii of every hour) of %2 of its %3 case(s), the first %4; "
                                             "build shard %5/%6 again and merge again")
                                  .arg(p.name()).arg(lacking[p.shard]).arg(expected[p.shard]).arg(firstLacking[p.shard])
                                  .arg(p.shard).arg(p.shards));

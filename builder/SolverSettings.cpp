@@ -11,7 +11,8 @@ std::string SolverSettings::describe() const
       << " Mualem l=" << poreConnectivity << "; air-entry h_s=" << airEntryHead
       << " m for n<" << airEntryMaxN << "; face K=";
     if (integralMeanConductivity)
-        o << "integral mean, arithmetic within " << saturatedBlendBand << " m of saturation";
+        o << "integral mean, arithmetic within " << saturatedBlendBand << " m of saturation"
+          << (blendUnderPond ? "" : " (not under the ponded disc)");
     else
         o << "arithmetic mean";
     if (tabulatedSoil)
@@ -29,6 +30,14 @@ std::string SolverSettings::describe() const
     if (chordIterations)
         o << " (factorised anew when a saturated cell's diagonal fell below 1/" << chordDiagonalRatio
           << ")";
+    if (remesh && earlyRemeshes > 0)
+        o << "; early remeshing " << earlyRemeshes << " x before 1 h";
+    if (shapedMesh)
+        o << "; cells of each side sized by the bulb's extent (>= " << shapeLimit << " x largest)";
+    if (sharpFrontReading)
+        o << "; a front sharper than a cell read as a step";
+    if (surfaceFluxRadius > 0)
+        o << "; surface emitter: even flux over a disc of " << surfaceFluxRadius << " m";
     return o.str();
 }
 

@@ -182,6 +182,8 @@ std::vector<Outcome> runCases(const std::vector<TrickleBuildCase> &cases, const 
                 log(QStringLiteral("[%1/%2] %3%4: %5 s, mass balance %6 %; elapsed %7, about %8 left")
                         .arg(finished, 3).arg(cases.size()).arg(label, nameOf(c)).arg(out.seconds, 0, 'f', 1)
                         .arg(100.0 * r.massBalanceError, 0, 'g', 3).arg(fmtDuration(elapsed), fmtDuration(left)));
+                if (!r.warning.empty())
+                    log(QStringLiteral("warning: %1%2: %3").arg(label, nameOf(c), QString::fromStdString(r.warning)));
                 if (r.massBalanceError > 0.005)
                     log(QStringLiteral("warning: %1%2: mass balance error %3 % exceeds 0.5 %")
                             .arg(label, nameOf(c)).arg(100.0 * r.massBalanceError, 0, 'f', 3));
@@ -314,6 +316,23 @@ QString TrickleBuild::caseName(const TrickleBuildCase &c, const std::vector<doub
         .arg(c.emitter == builder::Emitter::Buried ? QStringLiteral("buried") : QStringLiteral("surface"));
 }
 
+QString TrickleBuild::surfaceSourceText(double fluxRadius)
+{
+    return fluxRadius > 0 ? QStringLiteral("flux disc %1 m").arg(exactNumber(fluxRadius)) : QStringLiteral("ponded disc");
+}
+
+double TrickleBuild::parseSurfaceSource(const QString &text)
+{
+    const QString t = text.trimmed();
+    bool ok = false;
+    const double r = t.startsWith(QLatin1String("disc:")) ? QLocale::c().toDouble(t.mid(5), &ok) : 0.0;
+    if (!ok || !std::isfinite(r) || r <= 0 || r > 1)
+        throw UlvexError(TrickleBuildErrors::Usage,
+                         QStringLiteral("--surface-source \"%1\": expected disc:R, the radius R in metres of the disc through which "
+                                        "the flow enters as an even flux, more than 0 and at most 1, e.g. disc:0.05").arg(text));
+    return r;
+}
+
 QString TrickleBuild::buildDate(const QString &given)
 {
     if (!given.isEmpty())
@@ -435,6 +454,19 @@ TrickleBuild::Prepared TrickleBuild::prepare() const
         sweep.hours = opt.hours.value_or(kDefaultHours);
         sweep.initialHeads = initialHeads();
         sweep.frontThreshold = opt.frontThreshold.value_or(0.1);
+    }
+
+    // One database holds one kind of surface source: soils added to a base are
+    // computed with the base's (a base written before the source was recorded
+    // was built with the ponded disc).
+    if (p.base && !opt.soilsPath.isEmpty()) {
+        const QString recorded = p.base->buildInfo(QStringLiteral("surface_source"));
+        const QString baseSource = recorded.isEmpty() ? surfaceSourceText(0) : recorded;
+        if (baseSource != surfaceSourceText(opt.surfaceFluxRadius))
+            throw UlvexError(TrickleBuildErrors::Usage,
+                             QStringLiteral("the base database %1 was built with the surface source \"%2\", this build would use \"%3\"; "
+                                            "a database holds one kind of surface source (give --surface-source to match the base)")
+                                 .arg(opt.basePath, baseSource, surfaceSourceText(opt.surfaceFluxRadius)));
     }
 
     std::map<int, QString> &soilNames = p.soilNames;
@@ -587,13 +619,14 @@ TrickleBuildSummary TrickleBuild::run()
     // replaces). A shard's partial database holds only its own cases: the merge
     // takes the base from ShardInputs.
     const bool extend = p.base && !sharded;
-    QString baseName, baseBuildDate, baseOrigin, baseCatalogues, baseDropped;
+    QString baseName, baseBuildDate, baseOrigin, baseCatalogues, baseDropped, baseSurfaceSource;
     if (p.base) {
         baseName = QFileInfo(opt.basePath).fileName();
         baseBuildDate = p.base->buildInfo(QStringLiteral("build_date"));
         baseOrigin = p.base->buildInfo(QStringLiteral("origin_build_date"));
         baseCatalogues = p.base->buildInfo(QStringLiteral("added_catalogues"));
         baseDropped = p.base->buildInfo(QStringLiteral("dropped_soils"));
+        baseSurfaceSource = p.base->buildInfo(QStringLiteral("surface_source"));
         m_log(QStringLiteral("trickle-build: %1base %2: %3 soil(s), %4 flow rate(s), %5 hour(s)%6")
                   .arg(label, opt.basePath).arg(p.base->soils().size()).arg(sweep.flowRates.size()).arg(sweep.hours)
                   .arg(opt.dropSoils.empty() ? QString() : QStringLiteral("; dropping %1").arg(p.droppedEntries.join(QStringLiteral("; ")))));
@@ -653,6 +686,13 @@ TrickleBuildSummary TrickleBuild::run()
             sum.largestMassBalanceError = s.massBalanceError;
             sum.largestMassBalanceCase = nameOf(keyOf(s));
         }
+        if (!std::isnan(s.meshChange)) {
+            ++sum.meshCheckedCases;
+            if (s.meshChange > sum.largestMeshChange || sum.largestMeshChangeCase.isEmpty()) {
+                sum.largestMeshChange = s.meshChange;
+                sum.largestMeshChangeCase = nameOf(keyOf(s));
+            }
+        }
     }
 
     std::vector<std::pair<QString, QString>> info;
@@ -671,6 +711,7 @@ TrickleBuildSummary TrickleBuild::run()
             {QStringLiteral("flow_rates_l_per_h"), numberList(sweep.flowRates)},
             {QStringLiteral("initial_heads_m"), numberList(sweep.initialHeads)},
             {QStringLiteral("export_tables"), QStringLiteral("SurfaceData and BuriedData hold the fronts of the dry soil (-10 m)")},
+            {QStringLiteral("surface_source"), surfaceSourceText(opt.surfaceFluxRadius)},
         };
     } else {
         // The base's keys stay as they are in the copy; these are this build's.
@@ -686,6 +727,9 @@ TrickleBuildSummary TrickleBuild::run()
             writer.removeBuildInfo(QStringLiteral("added_soil_%1").arg(m.first));
         for (const auto &k : p.movedAddedKeys)
             info.push_back(k);
+        // a base written before the source was recorded was built with the ponded disc
+        if (baseSurfaceSource.isEmpty())
+            info.emplace_back(QStringLiteral("surface_source"), surfaceSourceText(0));
         if (!opt.dropSoils.empty())
             info.emplace_back(QStringLiteral("dropped_soils"), appendEntry(baseDropped, p.droppedEntries.join(QStringLiteral("; "))));
         if (!opt.soilsPath.isEmpty()) {
@@ -698,6 +742,22 @@ TrickleBuildSummary TrickleBuild::run()
     info.emplace_back(QStringLiteral("cases"), QString::number(stored.size()));
     info.emplace_back(QStringLiteral("max_mass_balance_error"), QString::number(sum.largestMassBalanceError, 'g', 6));
     info.emplace_back(QStringLiteral("max_mass_balance_case"), sum.largestMassBalanceCase);
+    // Whether the cases were run again with halved cells (CaseInfo.MeshChange):
+    // over every case the database holds, the base's included.
+    const int checked = sum.meshCheckedCases;
+    info.emplace_back(QStringLiteral("check_mesh"),
+                      checked == 0 ? QStringLiteral("no")
+                      : checked == int(stored.size())
+                          ? QStringLiteral("yes: every case also run with every cell size halved; CaseInfo.MeshChange holds the largest relative change of r, z (zplus) and zminus over all hours")
+                          : QStringLiteral("partly: %1 of %2 cases also run with every cell size halved (CaseInfo.MeshChange; NULL for the others)")
+                                .arg(checked).arg(stored.size()));
+    if (checked > 0) {
+        info.emplace_back(QStringLiteral("max_mesh_change"), QString::number(sum.largestMeshChange, 'g', 6));
+        info.emplace_back(QStringLiteral("max_mesh_change_case"), sum.largestMeshChangeCase);
+    } else {
+        writer.removeBuildInfo(QStringLiteral("max_mesh_change"));
+        writer.removeBuildInfo(QStringLiteral("max_mesh_change_case"));
+    }
     if (sharded) {
         // What makes the file a part: the viewer and --base refuse it, --merge looks for it.
         if (!baseName.isEmpty())
@@ -725,6 +785,9 @@ TrickleBuildSummary TrickleBuild::run()
         computed = QStringLiteral("%1 case(s) in %2 (%3 s) on %4 thread(s); cheapest case %5 s (%6), dearest %7 s (%8)")
                        .arg(sum.cases).arg(fmtDuration(sum.wallSeconds)).arg(sum.wallSeconds, 0, 'f', 1).arg(threads)
                        .arg(sum.cheapestSeconds, 0, 'f', 2).arg(sum.cheapestCase).arg(sum.dearestSeconds, 0, 'f', 2).arg(sum.dearestCase);
+    if (sum.meshCheckedCases > 0)
+        m_log(QStringLiteral("trickle-build: mesh check: %1 case(s) run again with every cell size halved; largest change of the fronts %2 % (%3)")
+                  .arg(sum.meshCheckedCases).arg(100.0 * sum.largestMeshChange, 0, 'f', 2).arg(sum.largestMeshChangeCase));
     m_log(QStringLiteral("trickle-build: wrote %1%2: %3; largest mass balance error %4 % (%5)")
               .arg(opt.outPath, sharded ? QStringLiteral(" (shard %1 of %2 of the build)").arg(opt.shard).arg(opt.shards) : QString(),
                    computed)

@@ -44,6 +44,15 @@ struct TrickleBuildOptions
     bool keepGoing = false;       // after a failed case, run the others and list every failure
     QString buildDate;            // recorded in BuildInfo as given
     QString solverSettings;       // description of the solver's settings, recorded in BuildInfo
+    // Every case is also run with every cell size halved and the largest
+    // relative change of its fronts is stored (CaseInfo.MeshChange). The
+    // Runner does the second run; the build records that it was asked for.
+    bool checkMesh = false;
+    // The surface emitter's source: 0 for the ponded disc (the default), else
+    // the radius (m) of a disc through which the flow enters as an even flux.
+    // The Runner computes with it; the build records it and refuses a base
+    // built with another source.
+    double surfaceFluxRadius = 0;
     // One part of a build shared out over several machines: only the cases of
     // shard `shard` of `shards` (1-based) are computed, and the output is a
     // partial database that trickle-build --merge joins with the other parts.
@@ -68,6 +77,9 @@ struct TrickleBuildSummary
     double wallSeconds = 0;
     double largestMassBalanceError = 0; // over every case of the database written
     QString largestMassBalanceCase;
+    double largestMeshChange = 0;       // over the checked cases of the database written
+    QString largestMeshChangeCase;      // empty when no case was checked
+    int meshCheckedCases = 0;
     double cheapestSeconds = 0;
     QString cheapestCase;
     double dearestSeconds = 0;
@@ -131,6 +143,10 @@ public:
     // reads back as the same number, so that a build on this database (or the
     // merge of a sharded build) computes with exactly the same values.
     static QString exactNumber(double v);
+    // BuildInfo's surface_source: "ponded disc", or "flux disc 0.05 m".
+    static QString surfaceSourceText(double fluxRadius);
+    // "disc:R" (R in metres, > 0) as --surface-source takes it, e.g. "disc:0.05".
+    static double parseSurfaceSource(const QString &text);
     // The build date recorded in BuildInfo: `given` when not empty, else the time
     // in SOURCE_DATE_EPOCH when set (reproducible builds), else now; ISO 8601 UTC.
     static QString buildDate(const QString &given);

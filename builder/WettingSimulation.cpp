@@ -79,27 +79,39 @@ CaseResult WettingSimulation::run()
     double largest = finest;
     // the mesh for a horizon, each side at least as long as asked for; it also
     // sets `largest` for that mesh
-    auto meshFor = [&](double horizon, double radius, double depth, double height) {
+    // `shape`: the largest cells of each side (radial, down, up) as a share of
+    // `largest`, from the bulb's measured shape (1 for a side as long as the
+    // bulb's longest)
+    struct Shape { double r = 1, down = 1, up = 1; };
+    auto meshFor = [&](double horizon, double radius, double depth, double height, Shape shape) {
         const double volume = flow * horizon / (0.5 * span);
         const double scale = buried ? std::cbrt(3.0 * volume / (4.0 * M_PI))
                                     : std::cbrt(3.0 * volume / (2.0 * M_PI));
         largest = std::max(finest, scale / m_set.cellsAcrossBulb / m_set.refinement);
         const double start = std::max(m_set.initialDomainFactor * scale, 3.0 * core);
         std::vector<double> rf = AxisymmetricMesh::gradedFaces(
-            0.0, 1.0, std::max(start, radius), finest, core, growth, largest);
+            0.0, 1.0, std::max(start, radius), finest, core, growth, std::max(finest, largest * shape.r));
         std::vector<double> zf = AxisymmetricMesh::gradedFaces(
-            0.0, 1.0, std::max(start, depth), finest, core, growth, largest);
+            0.0, 1.0, std::max(start, depth), finest, core, growth, std::max(finest, largest * shape.down));
         if (buried) {
             std::vector<double> up = AxisymmetricMesh::gradedFaces(
-                0.0, -1.0, std::max(start, height), finest, core, growth, largest);
+                0.0, -1.0, std::max(start, height), finest, core, growth, std::max(finest, largest * shape.up));
             std::reverse(up.begin(), up.end());
             up.pop_back();  // 0 is already in zf
             zf.insert(zf.begin(), up.begin(), up.end());
         }
         return AxisymmetricMesh(rf, zf);
     };
-    const double firstHorizon = m_set.remesh ? std::min(3600.0, duration) : duration;
-    AxisymmetricMesh mesh = meshFor(firstHorizon, 0, 0, 0);
+    // With remeshing, the first mesh is sized for the first of the early
+    // remeshing times (a quarter of an hour, then half an hour) or for the
+    // first hour; without, for the whole run.
+    std::vector<double> earlyRemesh;
+    if (m_set.remesh)
+        for (int k = m_set.earlyRemeshes; k >= 1; --k)
+            earlyRemesh.push_back(3600.0 / double(1 << k));
+    const double firstHorizon = !m_set.remesh ? duration
+                                : earlyRemesh.empty() ? std::min(3600.0, duration) : earlyRemesh.front();
+    AxisymmetricMesh mesh = meshFor(firstHorizon, 0, 0, 0, Shape());
     RichardsSolver solver(*soil, mesh, m_set);
     solver.setUniformHead(h0);
 
@@ -117,8 +129,11 @@ CaseResult WettingSimulation::run()
         return src;
     };
     solver.setDrainage(soil->conductivity(h0), buried);
+    const bool fluxDisc = !buried && m_set.surfaceFluxRadius > 0;
     if (buried)
         solver.setSources(placeSources(solver.mesh()));
+    else if (fluxDisc)
+        solver.setFluxDisc(flow, m_set.surfaceFluxRadius);
     else
         solver.setPond(flow, m_set.minDiscRadius);
 
@@ -181,16 +196,68 @@ CaseResult WettingSimulation::run()
         return g;
     };
 
+    // The largest cells of each side in proportion to the bulb's extent on
+    // that side: a flat bulb under a wide pond or the tall one of a buried
+    // emitter in sand has its short sides resolved as finely as its long one.
+    auto shapeOf = [&](const FrontTracker::Extent& e) {
+        Shape sh;
+        if (!m_set.shapedMesh)
+            return sh;
+        const double longest = std::max({e.radius, e.down, buried ? e.up : 0.0});
+        if (!(longest > 0))
+            return sh;
+        auto share = [&](double side) { return std::clamp(side / longest, m_set.shapeLimit, 1.0); };
+        sh.r = share(e.radius);
+        sh.down = share(e.down);
+        sh.up = buried ? share(e.up) : 1.0;
+        return sh;
+    };
+    // moves to a mesh for `horizon`, over at least the present domain
+    double largestBeforeRemesh = largest;
+    auto remeshFor = [&](double horizon, const FrontTracker::Extent& e) {
+        const AxisymmetricMesh& m = solver.mesh();
+        largestBeforeRemesh = largest;
+        solver.remesh(meshFor(horizon, m.rFaces().back(), m.zFaces().back(), -m.zFaces().front(), shapeOf(e)),
+                      h0);
+        ++m_remeshes;
+    };
+    size_t nextEarly = 0;
+    FrontTracker::Sharp sharp;
+    if (m_set.sharpFrontReading) {
+        sharp.initial = thetaI;
+        sharp.span = span;
+        sharp.minLevel = m_set.sharpMinLevel;
+        sharp.from = m_set.sharpFrom;
+        sharp.to = m_set.sharpTo;
+        sharp.extrapolateLevel = m_set.sharpExtrapolateLevel;
+    }
+
     FrontTracker::Extent extent;
     for (int hour = 1; hour <= m_spec.hours; ++hour) {
         const double tEnd = 3600.0 * hour;
         while (solver.time() < tEnd) {
-            double dt = std::min(solver.suggestedStep(), tEnd - solver.time());
+            if (nextEarly < earlyRemesh.size() && solver.time() >= earlyRemesh[nextEarly]) {
+                // an early remeshing time: a mesh for twice the time, shaped
+                // like the bulb is now
+                remeshFor(2 * earlyRemesh[nextEarly],
+                          FrontTracker::measure(solver.mesh(), solver.thetas(), threshold, 0.0, sharp));
+                ++nextEarly;
+            }
+            const double until = nextEarly < earlyRemesh.size() ? std::min(tEnd, earlyRemesh[nextEarly]) : tEnd;
+            double dt = std::min(solver.suggestedStep(), until - solver.time());
             // avoid leaving a sliver of the hour for a tiny last step
-            if (tEnd - solver.time() - dt < 0.2 * dt)
-                dt = tEnd - solver.time();
+            if (until - solver.time() - dt < 0.2 * dt)
+                dt = until - solver.time();
             if (solver.step(dt)) {
                 growIfNeeded();
+                continue;
+            }
+            if (solver.suggestedStep() <= m_set.minStep && solver.undoRemesh()) {
+                // no step succeeded on the new mesh: go on with the old one
+                // until the next remeshing time
+                largest = largestBeforeRemesh;
+                --m_remeshes;
+                ++m_remeshesUndone;
                 continue;
             }
             if (solver.suggestedStep() <= m_set.minStep) {
@@ -202,22 +269,18 @@ CaseResult WettingSimulation::run()
                 return result;
             }
         }
-        extent = FrontTracker::measure(solver.mesh(), solver.thetas(), threshold, 0.0);
+        extent = FrontTracker::measure(solver.mesh(), solver.thetas(), threshold, 0.0, sharp);
         FrontRow row;
         row.hour = hour;
         row.r = extent.radius;
         row.down = extent.down;
         row.up = buried ? extent.up : 0.0;
+        row.pondRadius = buried ? 0.0 : fluxDisc ? m_set.surfaceFluxRadius : solver.pondRadius();
         result.fronts.push_back(row);
         // hours 1, 2, 4, 8, 16: a mesh for twice the time, over at least the
         // present domain
-        if (m_set.remesh && hour < m_spec.hours && (hour & (hour - 1)) == 0) {
-            const AxisymmetricMesh& m = solver.mesh();
-            solver.remesh(meshFor(3600.0 * std::min(2 * hour, m_spec.hours), m.rFaces().back(),
-                                  m.zFaces().back(), -m.zFaces().front()),
-                          h0);
-            ++m_remeshes;
-        }
+        if (m_set.remesh && hour < m_spec.hours && (hour & (hour - 1)) == 0)
+            remeshFor(3600.0 * std::min(2 * hour, m_spec.hours), extent);
         if (extent.touchesOuter || extent.touchesBottom || (buried && extent.touchesTop))
             result.reachedBoundary = true;
     }
@@ -231,6 +294,13 @@ CaseResult WettingSimulation::run()
     m_bookedError =
         std::fabs(solver.cumulativeInflow() - solver.cumulativeDrainage() - injected) / injected;
     result.timeSteps = solver.acceptedSteps();
+    if (fluxDisc && solver.fluxDiscPeakHead() > 0) {
+        std::ostringstream o;
+        o << "the surface head under the flux disc of " << m_set.surfaceFluxRadius << " m rose to "
+          << solver.fluxDiscPeakHead()
+          << " m, above 0: the soil would pond there; the even flux was kept";
+        result.warning = o.str();
+    }
     if (result.reachedBoundary)
         result.message = "the wetting front reached the edge of the domain for " + caseName(m_spec);
     m_finalCells = solver.mesh().cells();

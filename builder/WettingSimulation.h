@@ -39,6 +39,9 @@ public:
     double finalHeight() const { return m_finalHeight; }
     int growths() const { return m_growths; }
     int remeshes() const { return m_remeshes; }
+    // remeshes given up because no step succeeded on the new mesh (the run
+    // went on with the old one)
+    int remeshesUndone() const { return m_remeshesUndone; }
     double pondRadius() const { return m_pondRadius; }
     double bookedMassBalanceError() const { return m_bookedError; }
     const RichardsSolver::Statistics& statistics() const { return m_statistics; }
@@ -46,7 +49,7 @@ public:
 private:
     CaseSpec m_spec;
     SolverSettings m_set;
-    int m_finalCells = 0, m_growths = 0, m_remeshes = 0;
+    int m_finalCells = 0, m_growths = 0, m_remeshes = 0, m_remeshesUndone = 0;
     double m_finalRadius = 0, m_finalDepth = 0, m_finalHeight = 0, m_pondRadius = 0;
     double m_bookedError = 0;
     RichardsSolver::Statistics m_statistics;

@@ -61,6 +61,9 @@ int main(int argc, char *argv[])
         "added to a copy of it; --drop-soil leaves soils of the base out.\n"
         "The build date stored in the database is --build-date, else SOURCE_DATE_EPOCH\n"
         "when set, else the current time.\n"
+        "--check-mesh runs every case again with every cell size halved and stores how far\n"
+        "its fronts move (CaseInfo.MeshChange); --surface-source disc:R feeds the surface\n"
+        "emitter's flow as an even flux over a disc of radius R m instead of a ponded disc.\n"
         "--shard K/N computes only the K-th of N parts of the build, into a partial database;\n"
         "trickle-build --merge PART... --out FILE joins the parts into the database that the\n"
         "same build writes in one run."));
@@ -101,8 +104,16 @@ int main(int argc, char *argv[])
     const QCommandLineOption mergeOpt(QStringLiteral("merge"),
                                       QStringLiteral("Join the partial databases given as arguments (every shard of one build) into "
                                                      "the database of the whole build (with --out, --force, --build-date)."));
+    const QCommandLineOption checkMeshOpt(QStringLiteral("check-mesh"),
+                                          QStringLiteral("Run every case a second time with every cell size halved and store the "
+                                                         "largest relative change of its fronts (CaseInfo.MeshChange)."));
+    const QCommandLineOption surfaceSourceOpt(QStringLiteral("surface-source"),
+                                              QStringLiteral("Surface emitter: the flow enters as an even flux over a disc of radius R "
+                                                             "metres, never ponding (default: a ponded disc held at h = 0 whose radius "
+                                                             "takes the whole flow)."),
+                                              QStringLiteral("disc:R"));
     parser.addOptions({soilsOpt, outOpt, baseOpt, dropOpt, flowsOpt, hoursOpt, threadsOpt, thresholdOpt, onlyOpt, keepGoingOpt,
-                       forceOpt, dateOpt, shardOpt, mergeOpt});
+                       forceOpt, dateOpt, shardOpt, mergeOpt, checkMeshOpt, surfaceSourceOpt});
     parser.addPositionalArgument(QStringLiteral("parts"), QStringLiteral("With --merge: the partial databases to join."),
                                  QStringLiteral("[PART...]"));
     parser.process(app);
@@ -110,7 +121,7 @@ int main(int argc, char *argv[])
     if (parser.isSet(mergeOpt)) {
         // The parts carry the build's catalogue, base and options: nothing else to say.
         for (const QCommandLineOption *o : {&soilsOpt, &baseOpt, &dropOpt, &flowsOpt, &hoursOpt, &threadsOpt, &thresholdOpt, &onlyOpt,
-                                            &keepGoingOpt, &shardOpt}) {
+                                            &keepGoingOpt, &shardOpt, &checkMeshOpt, &surfaceSourceOpt}) {
             if (parser.isSet(*o)) {
                 complain(QStringLiteral("--merge takes the parts, --out, --force and --build-date only; --%1 belongs to the builds "
                                         "of the shards, whose parts carry it; see --help").arg(o->names().first()));
@@ -195,10 +206,31 @@ int main(int argc, char *argv[])
                              QStringLiteral("--shard \"%1\" is not K/N with 1 <= K <= N, e.g. 2/3 for the second of three parts")
                                  .arg(parser.value(shardOpt)));
 
-        const builder::SolverSettings settings;
+        options.checkMesh = parser.isSet(checkMeshOpt);
+        if (parser.isSet(surfaceSourceOpt))
+            options.surfaceFluxRadius = TrickleBuild::parseSurfaceSource(parser.value(surfaceSourceOpt));
+
+        builder::SolverSettings settings;
+        settings.surfaceFluxRadius = options.surfaceFluxRadius;
         options.solverSettings = QString::fromStdString(settings.describe());
 
-        TrickleBuild build(options, [settings](const builder::CaseSpec &caseSpec) { return builder::runCase(caseSpec, settings); });
+        const bool checkMesh = options.checkMesh;
+        TrickleBuild build(options, [settings, checkMesh](const builder::CaseSpec &caseSpec) {
+            builder::CaseResult result = builder::runCase(caseSpec, settings);
+            if (checkMesh && result.message.empty() && !result.reachedBoundary) {
+                // the same case with every cell size halved: how far the fronts move
+                builder::SolverSettings fine = settings;
+                fine.refinement = 2.0 * settings.refinement;
+                const builder::CaseResult refined = builder::runCase(caseSpec, fine);
+                if (!refined.message.empty() || refined.reachedBoundary) {
+                    result.message = "the run with every cell size halved failed: " + refined.message;
+                    result.fronts.clear();
+                    return result;
+                }
+                result.meshChange = builder::largestChange(result, refined);
+            }
+            return result;
+        });
         InterruptCleanup::install();
         build.run();
     });

@@ -52,14 +52,7 @@ inline builder::CaseSpec makeCase(int soilNumber, double litresPerHour, double h
     return c;
 }
 
-// Mesh convergence: the largest relative change of r, z and (above a buried
-// emitter) zminus between the fronts of one hour on a mesh and on a finer one.
-inline double largestChange(const builder::FrontRow& coarse, const builder::FrontRow& fine)
-{
-    double d = std::max(std::fabs(coarse.r / fine.r - 1), std::fabs(coarse.down / fine.down - 1));
-    if (fine.up > 0)
-        d = std::max(d, std::fabs(coarse.up / fine.up - 1));
-    return d;
-}
+// Mesh convergence: builder::largestChange (CaseSpec.h), shared with trickle-build --check-mesh.
+using builder::largestChange;
 
 } // namespace solvertest

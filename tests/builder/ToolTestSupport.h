@@ -143,7 +143,7 @@ inline bool writeFileBytes(const QString &path, const QByteArray &bytes)
 inline QStringList expectedTables()
 {
     QStringList t = {"BuildInfo", "BuriedData", "BuriedData-c", "BuriedData-c3", "BuriedData-c6", "CaseInfo", "FlowRateData",
-                     "SoilTypeData", "SurfaceData", "SurfaceData-c", "SurfaceData-c3", "SurfaceData-c6", "TimeData"};
+                     "PondData", "SoilTypeData", "SurfaceData", "SurfaceData-c", "SurfaceData-c3", "SurfaceData-c6", "TimeData"};
     t.sort();
     return t;
 }

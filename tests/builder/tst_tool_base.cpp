@@ -111,7 +111,8 @@ void compareKeptRows(const ToolDb &before, const ToolDb &after, const QString &k
 }
 
 const QStringList kChangedKeys = {"build_date", "base_database", "base_build_date", "origin_build_date", "added_catalogues",
-                                  "dropped_soils", "cases", "max_mass_balance_error", "max_mass_balance_case"};
+                                  "dropped_soils", "cases", "max_mass_balance_error", "max_mass_balance_case",
+                                  "check_mesh", "max_mesh_change", "max_mesh_change_case"};
 
 // The export rows of one soil: ID and the rest, in ID order.
 QList<QVariantList> exportRows(const ToolDb &db, const QString &table, int soil)
@@ -176,9 +177,14 @@ private slots:
                  QList<QVariantList>({{13, "Peat"}, {14, "Chalk"}}));
         // Their rows: the sweep's flow rates and hours, with the stand-in's numbers.
         for (const QString &t : expectedTables()) {
-            if (hasSoilType(after, t) && t != QLatin1String("CaseInfo"))
+            if (hasSoilType(after, t) && t != QLatin1String("CaseInfo") && t != QLatin1String("PondData"))
                 QCOMPARE(after.value(QStringLiteral("SELECT count(*) FROM \"%1\" WHERE SoilType = 14").arg(t)).toInt(), 2 * kBaseHours);
         }
+        // the pond radius of every surface case of the added soils at every hour
+        QCOMPARE(after.value(QStringLiteral("SELECT count(*) FROM PondData WHERE SoilType = 14")).toInt(), 2 * 3 * kBaseHours);
+        QCOMPARE(after.value(QStringLiteral("SELECT PondRadius FROM PondData WHERE SoilType = 13 AND FlowRate = 2 AND InitialHead = -6 "
+                                            "AND Time = 3")).toDouble(),
+                 0.01 + 0.002 * 3 + standInK(13, 1.6, -6.0));
         QCOMPARE(after.value(QStringLiteral("SELECT r FROM [BuriedData-c6] WHERE SoilType = 13 AND FlowRate = 2 AND Time = 3")).toDouble(),
                  0.03 + standInK(13, 1.6, -6.0));
         QCOMPARE(after.value(QStringLiteral("SELECT zminus FROM [BuriedData-c6] WHERE SoilType = 13 AND FlowRate = 2 AND Time = 3")).toDouble(),
@@ -254,6 +260,66 @@ private slots:
         QCOMPARE(calls.load(), 2 * 3 * 2);
         ToolDb db(dir.filePath(QStringLiteral("a.db")));
         QCOMPARE(db.value(QStringLiteral("SELECT count(DISTINCT InitialHead) FROM CaseInfo WHERE SoilType = 13")).toInt(), 3);
+    }
+
+    void baseWrittenBeforePondDataAndMeshChange()
+    {
+        // A user's database built before PondData and CaseInfo.MeshChange
+        // existed (and before the surface source was recorded): still a base.
+        QTemporaryDir dir;
+        const QString base = buildBase(dir.path());
+        QVERIFY(execSql(base, {"DROP TABLE PondData", "ALTER TABLE CaseInfo DROP COLUMN MeshChange",
+                               "DELETE FROM BuildInfo WHERE key IN ('surface_source', 'check_mesh', 'max_mesh_change', "
+                               "'max_mesh_change_case')"}));
+        const QString soils = writeCatalogue(dir.path(), QStringLiteral("peat.csv"), kUnnumberedHeader, {kPeat, kChalk});
+        const QString added = dir.filePath(QStringLiteral("added.db"));
+        standInBuild(addOptions(base, soils, added));
+        ToolDb db(added);
+        QVERIFY(db.tables().contains(QStringLiteral("PondData")));
+        QVERIFY(db.columns(QStringLiteral("CaseInfo")).contains(QStringLiteral("MeshChange REAL")));
+        // the old soils have no pond radii and no mesh check; the added ones have both
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM PondData WHERE SoilType <= 12")).toInt(), 0);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM PondData")).toInt(), 2 * 2 * 3 * kBaseHours);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM CaseInfo WHERE MeshChange IS NULL")).toInt(), 12 * 12);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM CaseInfo WHERE MeshChange IS NOT NULL")).toInt(), 2 * 12);
+        QVERIFY(db.buildInfo(QStringLiteral("check_mesh")).startsWith(QLatin1String("partly: 24 of 168 cases")));
+        QCOMPARE(db.buildInfo(QStringLiteral("max_mesh_change_case")), QStringLiteral("soil 14 (Chalk), 1.6 L/h, -3 m, surface"));
+        QCOMPARE(db.buildInfo(QStringLiteral("surface_source")), QStringLiteral("ponded disc"));
+
+        // and a soil dropped from it: the later soils move up in PondData too
+        TrickleBuildOptions o = addOptions(added, QString(), dir.filePath(QStringLiteral("dropped.db")));
+        o.dropSoils = {13};
+        standInBuild(o);
+        ToolDb dropped(o.outPath);
+        QCOMPARE(dropped.value(QStringLiteral("SELECT group_concat(DISTINCT SoilType) FROM PondData")).toString(), QStringLiteral("13"));
+        QCOMPARE(dropped.rows(QStringLiteral("SELECT FlowRate, InitialHead, Time, PondRadius FROM PondData ORDER BY 1, 2, 3")),
+                 db.rows(QStringLiteral("SELECT FlowRate, InitialHead, Time, PondRadius FROM PondData WHERE SoilType = 14 ORDER BY 1, 2, 3")));
+    }
+
+    void otherSurfaceSourceThanTheBase()
+    {
+        // One database holds one kind of surface source.
+        QTemporaryDir dir;
+        const QString base = buildBase(dir.path());
+        const QString soils = writeCatalogue(dir.path(), QStringLiteral("peat.csv"), kUnnumberedHeader, {kPeat});
+        TrickleBuildOptions o = addOptions(base, soils, dir.filePath(QStringLiteral("a.db")));
+        o.surfaceFluxRadius = 0.05;
+        expectRefused(o, TrickleBuildErrors::Usage, QStringLiteral("the base database %1 was built with the surface source \"ponded disc\"").arg(base),
+                      QStringLiteral("\"flux disc 0.05 m\""));
+        // the other way round
+        TrickleBuildOptions f;
+        f.soilsPath = kSoils;
+        f.outPath = dir.filePath(QStringLiteral("flux.db"));
+        f.buildDate = kBaseDate;
+        f.solverSettings = QStringLiteral("test double");
+        f.only = {TrickleBuild::parseCase(QStringLiteral("1,1,3,surface"))};
+        f.surfaceFluxRadius = 0.05;
+        standInBuild(f);
+        TrickleBuildOptions g = addOptions(f.outPath, soils, dir.filePath(QStringLiteral("b.db")));
+        expectRefused(g, TrickleBuildErrors::Usage, QStringLiteral("the base database"), QStringLiteral("\"flux disc 0.05 m\""));
+        g.surfaceFluxRadius = 0.05;
+        standInBuild(g);
+        QCOMPARE(ToolDb(g.outPath).buildInfo(QStringLiteral("surface_source")), QStringLiteral("flux disc 0.05 m"));
     }
 
     void catalogueClashes_data()

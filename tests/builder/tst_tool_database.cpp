@@ -15,6 +15,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <limits>
+
 #include <atomic>
 #include <chrono>
 #include <cmath>
@@ -89,6 +91,14 @@ private slots:
         QCOMPARE(db.columns(QStringLiteral("SurfaceData")),
                  QStringList({"ID INTEGER", "SoilType INTEGER", "FlowRate INTEGER", "Time INTEGER", "z REAL", "r REAL"}));
         QCOMPARE(db.columns(QStringLiteral("BuildInfo")), QStringList({"key TEXT", "value TEXT"}));
+        QCOMPARE(db.columns(QStringLiteral("CaseInfo")),
+                 QStringList({"SoilType INTEGER", "FlowRate INTEGER", "InitialHead REAL", "Emitter TEXT", "MassBalanceError REAL",
+                              "TimeSteps INTEGER", "MeshChange REAL"}));
+        QCOMPARE(db.columns(QStringLiteral("PondData")),
+                 QStringList({"SoilType INTEGER", "FlowRate INTEGER", "InitialHead REAL", "Time INTEGER", "PondRadius REAL"}));
+        // keyed like the other tables, without a rowid
+        QVERIFY(db.value(QStringLiteral("SELECT sql FROM sqlite_master WHERE name = 'PondData'")).toString()
+                    .contains(QLatin1String("PRIMARY KEY (SoilType, FlowRate, InitialHead, Time)) WITHOUT ROWID")));
 
         // Row counts.
         QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM SoilTypeData")).toInt(), 12);
@@ -96,7 +106,7 @@ private slots:
         QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM CaseInfo")).toInt(), 360);
         for (const QString &t : expectedTables()) {
             if (t.contains(QLatin1String("Data")) && t != QLatin1String("SoilTypeData") && t != QLatin1String("FlowRateData")
-                && t != QLatin1String("TimeData"))
+                && t != QLatin1String("TimeData") && t != QLatin1String("PondData"))
                 QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM \"%1\"").arg(t)).toInt(), 12 * 5 * 24);
         }
 
@@ -158,6 +168,57 @@ private slots:
                  1e-4 * 3 + 1e-5 * 1 + 1e-6 * 6);
         QCOMPARE(db.value(QStringLiteral("SELECT TimeSteps FROM CaseInfo WHERE SoilType = 7 AND FlowRate = 1 AND "
                                          "InitialHead = -3 AND Emitter = 'buried'")).toInt(), 107);
+        QCOMPARE(db.value(QStringLiteral("SELECT MeshChange FROM CaseInfo WHERE SoilType = 7 AND FlowRate = 2 AND "
+                                         "InitialHead = -3 AND Emitter = 'buried'")).toDouble(), 0.001 * 7 + 0.0001 * 1);
+        QCOMPARE(db.buildInfo(QStringLiteral("max_mesh_change_case")), QStringLiteral("soil 12 (Clay), 8 L/h, -3 m, surface"));
+        QVERIFY(db.buildInfo(QStringLiteral("check_mesh")).startsWith(QLatin1String("yes")));
+        QCOMPARE(db.buildInfo(QStringLiteral("surface_source")), QStringLiteral("ponded disc"));
+
+        // PondData: every hour of every surface case, none of the buried ones
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM PondData")).toInt(), 12 * 5 * 3 * 24);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM PondData WHERE typeof(SoilType) = 'integer' AND typeof(FlowRate) = 'integer'"
+                                         " AND typeof(InitialHead) = 'real' AND typeof(Time) = 'integer' AND typeof(PondRadius) = 'real'"))
+                     .toInt(), 12 * 5 * 3 * 24);
+        QCOMPARE(db.value(QStringLiteral("SELECT PondRadius FROM PondData WHERE SoilType = 4 AND FlowRate = 3 AND InitialHead = -6 AND Time = 5"))
+                     .toDouble(), 0.01 + 0.002 * 5 + fakeK(4, 3, -6.0));
+    }
+
+    void meshChangeIsNullWhenNotChecked()
+    {
+        QTemporaryDir dir;
+        const QString out = dir.filePath(QStringLiteral("t.db"));
+        TrickleBuildOptions o = optionsFor(out);
+        o.only = {TrickleBuild::parseCase(QStringLiteral("4,5,6,buried")), TrickleBuild::parseCase(QStringLiteral("4,5,6,surface"))};
+        build(o, [](const CaseSpec &s) {
+            CaseResult r = fakeRun(s);
+            r.meshChange = std::numeric_limits<double>::quiet_NaN();
+            return r;
+        });
+        ToolDb db(out);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM CaseInfo WHERE MeshChange IS NULL")).toInt(), 2);
+        QCOMPARE(db.buildInfo(QStringLiteral("check_mesh")), QStringLiteral("no"));
+        QVERIFY(db.buildInfo(QStringLiteral("max_mesh_change")).isEmpty());
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM PondData")).toInt(), 24);
+    }
+
+    void surfaceSourceIsRecorded()
+    {
+        QTemporaryDir dir;
+        const QString out = dir.filePath(QStringLiteral("t.db"));
+        TrickleBuildOptions o = optionsFor(out);
+        o.only = {TrickleBuild::parseCase(QStringLiteral("4,5,6,surface"))};
+        o.surfaceFluxRadius = TrickleBuild::parseSurfaceSource(QStringLiteral("disc:0.05"));
+        build(o);
+        ToolDb db(out);
+        QCOMPARE(db.buildInfo(QStringLiteral("surface_source")), QStringLiteral("flux disc 0.05 m"));
+        for (const char *bad : {"disc:0", "disc:-1", "disc:x", "0.05", "disc:2", "ring:0.05"}) {
+            try {
+                TrickleBuild::parseSurfaceSource(QString::fromLatin1(bad));
+                QFAIL(bad);
+            } catch (const UlvexError &e) {
+                QCOMPARE(e.number(), int(TrickleBuildErrors::Usage));
+            }
+        }
     }
 
     void casesReachTheSolverAsSpecified()

@@ -148,6 +148,10 @@ class TstToolShards : public QObject
             o.hours = 2;
             o.frontThreshold = 0.2;
             shards = 2;
+        } else if (name == QLatin1String("check mesh, flux disc")) {
+            o.checkMesh = true;
+            o.surfaceFluxRadius = 0.05;
+            shards = 4;
         } else if (name.startsWith(QLatin1String("base"))) {
             TrickleBuildOptions b = sweepOptions(QDir(dir).filePath(QStringLiteral("base.db")));
             b.buildDate = QStringLiteral("2026-01-01T00:00:00Z");
@@ -246,6 +250,7 @@ private slots:
         QTest::newRow("sweep") << QStringLiteral("sweep");
         QTest::newRow("only") << QStringLiteral("only");
         QTest::newRow("sweep options") << QStringLiteral("sweep options");
+        QTest::newRow("check mesh, flux disc") << QStringLiteral("check mesh, flux disc");
         QTest::newRow("base, add") << QStringLiteral("base, add");
         QTest::newRow("base, drop and add") << QStringLiteral("base, drop and add");
         QTest::newRow("base, drop only") << QStringLiteral("base, drop only");
@@ -395,6 +400,12 @@ private slots:
         x = o;
         x.solverSettings = QStringLiteral("test double, finer");
         differs("solver settings", x);
+        x = o;
+        x.checkMesh = true;
+        differs("--check-mesh", x);
+        x = o;
+        x.surfaceFluxRadius = 0.05;
+        differs("--surface-source", x);
 
         // On a base: the catalogue's bytes and name, the base's bytes and name, drops.
         TrickleBuildOptions onBase;
@@ -438,7 +449,7 @@ private slots:
         QTest::addColumn<QString>("problem");
         for (const char *p : {"shard missing", "shards missing", "shard twice", "same file twice", "other build", "other shard count",
                               "finished database", "text file", "missing file", "folder", "other database", "case missing",
-                              "front missing", "case of another shard", "inputs changed", "other version", "no parts"})
+                              "front missing", "pond radius missing", "case of another shard", "inputs changed", "other version", "no parts"})
             QTest::newRow(p) << QString::fromLatin1(p);
     }
 
@@ -496,17 +507,21 @@ private slots:
             QVERIFY(execSql(parts[1], {"DELETE FROM CaseInfo WHERE SoilType = 5 AND FlowRate = 1 AND InitialHead = -10"}));
             const QStringList mine = storedCases(parts[2]);
             expectMergeRefused(parts, out, merge,
-                               {QStringLiteral("%1 (shard 2 of 3) lacks the results (or the fronts of every hour) of 1 of its 48 case(s), "
+                               {QStringLiteral("%1 (shard 2 of 3) lacks the results (or the fronts or pond radii of every hour) of 1 of its 48 case(s), "
                                                "the first soil 5 (Silt), 0.5 L/h, -10 m, ").arg(parts[1]),
                                 "build shard 2/3 again and merge again"});
             QCOMPARE(storedCases(parts[2]), mine);
         } else if (problem == QLatin1String("front missing")) {
             // Case 137 of the order: the last but six.
             QVERIFY(execSql(parts[2], {"DELETE FROM [BuriedData-c] WHERE SoilType = 12 AND FlowRate = 1 AND Time = 2"}));
-            expectMergeRefused(parts, out, merge, {QStringLiteral("%1 (shard 3 of 3) lacks the results (or the fronts of every hour) of 1 of its 48 case(s), "
+            expectMergeRefused(parts, out, merge, {QStringLiteral("%1 (shard 3 of 3) lacks the results (or the fronts or pond radii of every hour) of 1 of its 48 case(s), "
                                                                   "the first soil 12 (Clay), 0.5 L/h, -10 m, buried").arg(parts[2])});
+        } else if (problem == QLatin1String("pond radius missing")) {
+            QVERIFY(execSql(parts[2], {"DELETE FROM PondData WHERE SoilType = 12 AND FlowRate = 1 AND InitialHead = -10 AND Time = 2"}));
+            expectMergeRefused(parts, out, merge, {QStringLiteral("%1 (shard 3 of 3) lacks the results (or the fronts or pond radii of every hour) of 1 of its 48 case(s), "
+                                                                  "the first soil 12 (Clay), 0.5 L/h, -10 m, surface").arg(parts[2])});
         } else if (problem == QLatin1String("case of another shard")) {
-            QVERIFY(execSql(parts[0], {"INSERT INTO CaseInfo VALUES (99, 1, -3, 'surface', 0, 1)"}));
+            QVERIFY(execSql(parts[0], {"INSERT INTO CaseInfo VALUES (99, 1, -3, 'surface', 0, 1, NULL)"}));
             expectMergeRefused(parts, out, merge, {QStringLiteral("%1 (shard 1 of 3) holds 49 case result(s), but shard 1 of 3 of this build has 48 case(s)")
                                                        .arg(parts[0])});
         } else if (problem == QLatin1String("inputs changed")) {

@@ -116,6 +116,57 @@ private slots:
         QVERIFY(std::abs(seen - largest) <= 1e-5 * seen);
     }
 
+    void everyCaseMeshChecked()
+    {
+        // Every case was run again with every cell size halved; its fronts
+        // moved by less than 2 % in every hour.
+        ToolDb db(kShipped);
+        QVERIFY(db.buildInfo(QStringLiteral("check_mesh")).startsWith(QLatin1String("yes: every case")));
+        const auto rows = db.rows(QStringLiteral("SELECT SoilType, FlowRate, InitialHead, Emitter, MeshChange FROM CaseInfo"));
+        QCOMPARE(rows.size(), 360);
+        double seen = 0;
+        for (const auto &row : rows) {
+            const QString where = QStringLiteral("soil %1 flow %2 head %3 %4").arg(row[0].toInt()).arg(row[1].toInt())
+                                      .arg(row[2].toDouble()).arg(row[3].toString());
+            QVERIFY2(!row[4].isNull(), qPrintable(where + QStringLiteral(": no mesh change")));
+            const double change = row[4].toDouble();
+            QVERIFY2(change >= 0 && change < 0.02, qPrintable(where + QStringLiteral(": mesh change %1").arg(change)));
+            seen = std::max(seen, change);
+        }
+        const double largest = db.buildInfo(QStringLiteral("max_mesh_change")).toDouble();
+        QVERIFY(std::abs(seen - largest) <= 1e-5 * seen);
+    }
+
+    void pondRadiusOfEverySurfaceCase()
+    {
+        // Every surface case has the wet spot's radius at every hour: at least
+        // the 1 cm of the emitter's disc, and inside the wetted radius.
+        ToolDb db(kShipped);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM PondData")).toInt(), 12 * 5 * 3 * 24);
+        QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM (SELECT DISTINCT SoilType, FlowRate, InitialHead FROM PondData)")).toInt(),
+                 12 * 5 * 3);
+        const QStringList tables = {"SurfaceData-c3", "SurfaceData-c6", "SurfaceData-c"};
+        const double heads[3] = {-3, -6, -10};
+        int compared = 0;
+        for (int k = 0; k < 3; ++k) {
+            const Fronts f = readFronts(db, tables[k]);
+            const auto rows = db.rows(QStringLiteral("SELECT SoilType, FlowRate, Time, PondRadius FROM PondData WHERE InitialHead = %1")
+                                          .arg(heads[k]));
+            QCOMPARE(rows.size(), 12 * 5 * 24);
+            for (const auto &row : rows) {
+                const double pond = row[3].toDouble();
+                const Front &front = f.at({row[0].toInt(), row[1].toInt(), row[2].toInt()});
+                const QString where = QStringLiteral("soil %1 flow %2 head %3 hour %4: pond %5 m, front %6 m")
+                                          .arg(row[0].toInt()).arg(row[1].toInt()).arg(heads[k]).arg(row[2].toInt()).arg(pond).arg(front.r);
+                QVERIFY2(pond >= 0.01 - 1e-12 && pond < front.r, qPrintable(where));
+                ++compared;
+            }
+        }
+        QCOMPARE(compared, 12 * 5 * 3 * 24);
+        // The ponded disc of the shipped database, not a flux disc.
+        QCOMPARE(db.buildInfo(QStringLiteral("surface_source")), QStringLiteral("ponded disc"));
+    }
+
     void frontsGrowWithTime()
     {
         ToolDb db(kShipped);
@@ -269,6 +320,21 @@ private slots:
         }
         // Each case fills 24 rows of its front table, and the dry one 24 export rows as well.
         QCOMPARE(compared, 24 * int(cases.size()) + 24);
+        // and the surface cases their pond radii
+        int ponds = 0;
+        for (const auto &row : rebuilt.rows(QStringLiteral("SELECT SoilType, FlowRate, InitialHead, Time, PondRadius FROM PondData"))) {
+            const QVariant ref = shipped.value(QStringLiteral("SELECT PondRadius FROM PondData WHERE SoilType = %1 AND FlowRate = %2 "
+                                                              "AND InitialHead = %3 AND Time = %4")
+                                                   .arg(row[0].toInt()).arg(row[1].toInt()).arg(row[2].toDouble()).arg(row[3].toInt()));
+            QVERIFY(ref.isValid());
+            QVERIFY2(std::abs(ref.toDouble() - row[4].toDouble()) <= 1e-6,
+                     qPrintable(QStringLiteral("pond radius soil %1 flow %2 hour %3").arg(row[0].toInt()).arg(row[1].toInt()).arg(row[3].toInt())));
+            ++ponds;
+        }
+        int surfaceCases = 0;
+        for (const auto &c : cases)
+            surfaceCases += c[3].toString() == QLatin1String("surface") ? 1 : 0;
+        QCOMPARE(ponds, 24 * surfaceCases);
     }
 };
 
