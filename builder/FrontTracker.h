@@ -35,8 +35,8 @@ public:
     {
         double initial = 0;   // the initial water content
         double span = 0;      // theta_s - initial
-        double minLevel = 2, from = 0.88, to = 0.97;
-        bool extrapolateLevel = true;
+        double minLevel = 2, from = 0.8, to = 0.95;
+        bool extrapolateLevel = false;
     };
 
     // `emitterZ` is the depth of the emitter (0 for a surface emitter); cells
