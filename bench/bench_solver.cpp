@@ -112,7 +112,6 @@ int main(int argc, char** argv)
             else if (key == "sharpmin") set.sharpMinLevel = v;
             else if (key == "sharpfrom") set.sharpFrom = v;
             else if (key == "sharpto") set.sharpTo = v;
-            else if (key == "sharpx") set.sharpExtrapolateLevel = v != 0;
             else std::fprintf(stderr, "unknown setting %s\n", key.c_str());
         };
         for (int i = 7; i < argc; ++i) {

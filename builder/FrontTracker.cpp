@@ -40,16 +40,7 @@ FrontTracker::Extent FrontTracker::measure(const AxisymmetricMesh& mesh,
         if (!readSharp || behind < 0 || behind >= end)
             return lin;
         auto u = [&](int k) { return (value(k) - sharp.initial) / sharp.span; };
-        // the level behind the step: that of the cell behind, carried on to
-        // the crossing cell's face along the slope of the two cells behind
-        // (on a plateau, the cell's own level)
-        double behindLevel = u(behind);
-        const int further = behind - step;
-        if (sharp.extrapolateLevel && further >= 0 && further < end) {
-            const double slope = (u(further) - u(behind)) / std::fabs(centre(behind) - centre(further));
-            behindLevel = u(behind) - std::max(slope, 0.0) * std::fabs(face(w) - centre(behind));
-        }
-        const double level = std::max(behindLevel, u(w));
+        const double level = std::max(u(behind), u(w));
         const double thr = (threshold - sharp.initial) / sharp.span;
         if (!(level > sharp.minLevel * thr))
             return lin;

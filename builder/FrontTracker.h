@@ -36,7 +36,6 @@ public:
         double initial = 0;   // the initial water content
         double span = 0;      // theta_s - initial
         double minLevel = 2, from = 0.8, to = 0.95;
-        bool extrapolateLevel = false;
     };
 
     // `emitterZ` is the depth of the emitter (0 for a surface emitter); cells

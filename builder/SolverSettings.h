@@ -93,7 +93,6 @@ struct SolverSettings
     // linear interpolation between cell centres.
     bool sharpFrontReading = true;
     double sharpMinLevel = 2, sharpFrom = 0.8, sharpTo = 0.95;   // FrontTracker::Sharp
-    bool sharpExtrapolateLevel = false;
     // The domain starts at initialDomainFactor x the radius of the estimated
     // bulb and grows by domainGrowth x its length (new cells at the initial
     // state) on every side where the water content at its edge rises by more

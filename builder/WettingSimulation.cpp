@@ -229,7 +229,6 @@ CaseResult WettingSimulation::run()
         sharp.minLevel = m_set.sharpMinLevel;
         sharp.from = m_set.sharpFrom;
         sharp.to = m_set.sharpTo;
-        sharp.extrapolateLevel = m_set.sharpExtrapolateLevel;
     }
 
     FrontTracker::Extent extent;

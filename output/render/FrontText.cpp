@@ -13,22 +13,19 @@
 
 namespace {
 
-QString tableSuffix(double initialHead)
+// The front table's suffix and the word for an initial head (-3, -6, -10 m).
+struct Water
 {
-    if (initialHead == -3)
-        return QStringLiteral("-c3");
-    if (initialHead == -6)
-        return QStringLiteral("-c6");
-    return QStringLiteral("-c");
-}
+    QString suffix, word;
+};
 
-QString waterText(double initialHead)
+Water waterOf(double initialHead)
 {
     if (initialHead == -3)
-        return QStringLiteral("wet");
+        return {QStringLiteral("-c3"), QStringLiteral("wet")};
     if (initialHead == -6)
-        return QStringLiteral("moist");
-    return QStringLiteral("dry");
+        return {QStringLiteral("-c6"), QStringLiteral("moist")};
+    return {QStringLiteral("-c"), QStringLiteral("dry")};
 }
 
 QString number(const QVariant &v)
@@ -65,7 +62,7 @@ QString FrontText::text(const QString &path, const Selection &sel)
             QSqlQuery flow = query(QStringLiteral("Select FlowRate from FlowRateData Where FlowRateNo = ?"), {sel.flow});
             const QString flowText = flow.next() ? number(flow.value(0)) : QString::number(sel.flow);
             const QString table = (sel.buried ? QStringLiteral("BuriedData") : QStringLiteral("SurfaceData"))
-                                  + tableSuffix(sel.initialHead);
+                                  + waterOf(sel.initialHead).suffix;
 
             // The wet spot, where the database holds it.
             QMap<int, QString> pond;
@@ -80,7 +77,7 @@ QString FrontText::text(const QString &path, const Selection &sel)
             }
 
             out += QStringLiteral("# Ulvex fronts: %1, %2 L/h, %3 (%4 m suction), %5 emitter, hours 1 to %6\n")
-                       .arg(soilName, flowText, waterText(sel.initialHead))
+                       .arg(soilName, flowText, waterOf(sel.initialHead).word)
                        .arg(-sel.initialHead)
                        .arg(sel.buried ? QStringLiteral("buried") : QStringLiteral("surface"))
                        .arg(sel.hours);
