@@ -108,10 +108,9 @@ int main(int argc, char** argv)
             else if (key == "airentry") set.airEntryMaxN = v;
             else if (key == "maxstep") set.maxStep = v;
             else if (key == "maxdtheta") set.maxThetaChange = v;
-            else if (key == "sharp") set.sharpFrontReading = v != 0;
-            else if (key == "sharpmin") set.sharpMinLevel = v;
-            else if (key == "sharpfrom") set.sharpFrom = v;
-            else if (key == "sharpto") set.sharpTo = v;
+            else if (key == "foot") set.footFrontReading = v != 0;
+            else if (key == "footmin") set.footMinLevel = v;
+            else if (key == "footfull") set.footFullLevel = v;
             else std::fprintf(stderr, "unknown setting %s\n", key.c_str());
         };
         for (int i = 7; i < argc; ++i) {

@@ -6,6 +6,11 @@
 namespace builder {
 
 namespace {
+// A foot that falls off by less than this per cell is taken as falling off by
+// this much: its decay length (9.5 cells) is then already far beyond the
+// cells the reading looks at.
+constexpr double kMaxFootRatio = 0.9;
+
 // position where the value crosses `thr` between a wet point (xw, vw >= thr)
 // and the next point outward (xd, vd < thr)
 double crossing(double xw, double vw, double xd, double vd, double thr)
@@ -17,37 +22,52 @@ double crossing(double xw, double vw, double xd, double vd, double thr)
 
 FrontTracker::Extent FrontTracker::measure(const AxisymmetricMesh& mesh,
                                            const std::vector<double>& theta, double threshold,
-                                           double emitterZ, const Sharp& sharp)
+                                           double emitterZ, const Foot& foot)
 {
     Extent e;
     const int nr = mesh.columns(), nz = mesh.rows();
     auto at = [&](int ir, int iz) { return theta[mesh.index(ir, iz)]; };
-    const bool readSharp = sharp.span > 0;
+    const bool readFoot = foot.span > 0;
     // The crossing beyond cell w (the outermost at or above the threshold)
     // along a row or column walked outward in steps of `step`: `value(k)`,
     // `centre(k)` and `face(k)`, the face between cell k and cell k - step.
-    // Read linearly between the centres of w and the next cell; where the
-    // front is sharper than a cell (the next cell holds almost nothing of
-    // what the cell behind w holds), as the position of the step from that
-    // level to the initial state that holds the water of the cells from w
-    // on (in ring volumes along a row): a step front is read where it is,
-    // whichever part of a cell it has reached, while linear interpolation
-    // puts it 0.4 to 0.8 cells too far out, by an amount that changes as
-    // it crosses the cells.
+    //
+    // Behind the front the soil is wet at a level P (the wetter of w and the
+    // cell behind it); ahead of it the water content falls off towards the
+    // initial state over a foot whose length depends on the soil and the
+    // source: in dry fine soil under a strong source within a fraction of a
+    // cell, in moister or coarser soil over several. The front is read as
+    // the profile that has the level P up to a position s and then falls
+    // off exponentially, u = P exp(-(x - s) / lambda): lambda from the ratio
+    // of the two cells ahead of w (cell averages of an exponential fall off
+    // by exp(-dx / lambda) per cell), s so that the profile holds the water
+    // of the cells from w on (lengths along a column, ring areas along a
+    // row), and the crossing where the profile meets the threshold,
+    // s + lambda ln(P / threshold). A step front (lambda -> 0) is so read
+    // where it is, whichever part of a cell it has reached, and an
+    // exponential foot wherever it lies in the cells; linear interpolation
+    // between cell centres puts the one 0.4 to 0.8 cells too far out and
+    // the other a third of a cell, by amounts that change as the front
+    // crosses the cells and halve with the cells (that was a 2-3.5 %
+    // change of the fronts under cell halving).
     auto cross = [&](auto value, auto centre, auto face, int w, int step, int end, bool radial) {
         const double lin = crossing(centre(w), value(w), centre(w + step), value(w + step), threshold);
-        const int behind = w - step;
-        if (!readSharp || behind < 0 || behind >= end)
+        const int behind = w - step, ahead2 = w + 2 * step;
+        if (!readFoot || behind < 0 || behind >= end || ahead2 < 0 || ahead2 >= end)
             return lin;
-        auto u = [&](int k) { return (value(k) - sharp.initial) / sharp.span; };
+        auto u = [&](int k) { return (value(k) - foot.initial) / foot.span; };
         const double level = std::max(u(behind), u(w));
-        const double thr = (threshold - sharp.initial) / sharp.span;
-        if (!(level > sharp.minLevel * thr))
-            return lin;
-        const double sharpness = 1 - std::max(u(w + step), 0.0) / level;
-        const double weight = std::clamp((sharpness - sharp.from) / (sharp.to - sharp.from), 0.0, 1.0);
+        const double thr = (threshold - foot.initial) / foot.span;
+        // a thin wetting behind the crossing (in sand, sideways, where the
+        // water drains downward) has no level to speak of: there the linear
+        // reading, blended into this one as the level rises
+        const double weight = std::clamp((level / thr - foot.minLevel) / (foot.fullLevel - foot.minLevel), 0.0, 1.0);
         if (weight <= 0)
             return lin;
+        // the foot's decay length; a foot that stops within a cell is a step
+        const double a1 = u(w + step), a2 = u(ahead2);
+        const double ratio = a1 > 0 && a2 > 0 ? std::min(a2 / a1, kMaxFootRatio) : 0.0;
+        const double lambda = ratio > 0 ? std::fabs(centre(ahead2) - centre(w + step)) / std::log(1 / ratio) : 0.0;
         // the water beyond face(w): lengths along a column, ring areas / pi
         // along a row (outward only)
         double water = 0;
@@ -59,9 +79,12 @@ FrontTracker::Extent FrontTracker::measure(const AxisymmetricMesh& mesh,
             water += uk * (radial ? b * b - a * a : std::fabs(b - a));
         }
         const double f = face(w);
-        const double stepAt = radial ? std::sqrt(f * f + water / level)
-                                     : f + (step > 0 ? 1.0 : -1.0) * water / level;
-        return (1 - weight) * lin + weight * stepAt;
+        // where the level ends: the water is P (s^2 - f^2) + 2 P lambda (s + lambda)
+        // along a row, P (s - f) + P lambda along a column
+        const double at = radial ? -lambda + std::sqrt(std::max(f * f + water / level - lambda * lambda, 0.0))
+                                 : f + (step > 0 ? 1.0 : -1.0) * (water / level - lambda);
+        const double read = at + (step > 0 ? 1.0 : -1.0) * lambda * std::log(level / thr);
+        return lin + weight * (read - lin);
     };
 
     // radial extent: in every row the outermost wet cell, interpolated outward

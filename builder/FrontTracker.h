@@ -7,9 +7,9 @@
 namespace builder {
 
 // Finds the extent of the wetted zone: the outline where the water content
-// has risen to `threshold` (an absolute water content). Values between cell
-// centres are interpolated linearly, so the extents vary smoothly as the
-// front moves instead of jumping from cell to cell.
+// has risen to `threshold` (an absolute water content). The crossing is read
+// between cells, so the extents vary smoothly as the front moves instead of
+// jumping from cell to cell.
 class FrontTracker
 {
 public:
@@ -24,29 +24,30 @@ public:
         bool touchesOuter = false, touchesBottom = false, touchesTop = false;
     };
 
-    // Where the front is sharper than a cell, the crossing is read as the
-    // position of the step front that holds the water of its last cells (see
-    // FrontTracker.cpp). With u = (theta - initial) / span, the level behind
-    // the crossing cell above minLevel x the threshold and the cell ahead
-    // holding less than 1 - from of that level, the step reading takes over
-    // from the linear one, wholly when it holds less than 1 - to.
-    // span = 0: read linearly between cell centres only.
-    struct Sharp
+    // The front read from the cell values near it as a level followed by an
+    // exponential foot (see FrontTracker.cpp), so that the reading does not
+    // depend on where in its cells the front lies. With u = (theta -
+    // initial) / span, where the level behind the crossing cell is not above
+    // minLevel x the threshold (or the cells needed lie beyond the domain),
+    // and with span = 0, the crossing is interpolated linearly between cell
+    // centres; from minLevel to fullLevel x the threshold the two readings
+    // are blended.
+    struct Foot
     {
         double initial = 0;   // the initial water content
         double span = 0;      // theta_s - initial
-        double minLevel = 2, from = 0.8, to = 0.95;
+        double minLevel = 2, fullLevel = 4;
     };
 
     // `emitterZ` is the depth of the emitter (0 for a surface emitter); cells
     // at rows above it count for `up`, below it for `down`.
     static Extent measure(const AxisymmetricMesh& mesh, const std::vector<double>& theta,
-                          double threshold, double emitterZ, const Sharp& sharp);
+                          double threshold, double emitterZ, const Foot& foot);
     // read linearly between cell centres only
     static Extent measure(const AxisymmetricMesh& mesh, const std::vector<double>& theta,
                           double threshold, double emitterZ)
     {
-        return measure(mesh, theta, threshold, emitterZ, Sharp());
+        return measure(mesh, theta, threshold, emitterZ, Foot());
     }
 };
 

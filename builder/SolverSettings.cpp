@@ -34,8 +34,8 @@ std::string SolverSettings::describe() const
         o << "; early remeshing " << earlyRemeshes << " x before 1 h";
     if (shapedMesh)
         o << "; cells of each side sized by the bulb's extent (>= " << shapeLimit << " x largest)";
-    if (sharpFrontReading)
-        o << "; a front sharper than a cell read as a step";
+    if (footFrontReading)
+        o << "; fronts read as a level with an exponential foot";
     if (surfaceFluxRadius > 0)
         o << "; surface emitter: even flux over a disc of " << surfaceFluxRadius << " m";
     return o.str();

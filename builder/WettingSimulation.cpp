@@ -222,13 +222,12 @@ CaseResult WettingSimulation::run()
         ++m_remeshes;
     };
     size_t nextEarly = 0;
-    FrontTracker::Sharp sharp;
-    if (m_set.sharpFrontReading) {
-        sharp.initial = thetaI;
-        sharp.span = span;
-        sharp.minLevel = m_set.sharpMinLevel;
-        sharp.from = m_set.sharpFrom;
-        sharp.to = m_set.sharpTo;
+    FrontTracker::Foot foot;
+    if (m_set.footFrontReading) {
+        foot.initial = thetaI;
+        foot.span = span;
+        foot.minLevel = m_set.footMinLevel;
+        foot.fullLevel = m_set.footFullLevel;
     }
 
     FrontTracker::Extent extent;
@@ -239,7 +238,7 @@ CaseResult WettingSimulation::run()
                 // an early remeshing time: a mesh for twice the time, shaped
                 // like the bulb is now
                 remeshFor(2 * earlyRemesh[nextEarly],
-                          FrontTracker::measure(solver.mesh(), solver.thetas(), threshold, 0.0, sharp));
+                          FrontTracker::measure(solver.mesh(), solver.thetas(), threshold, 0.0, foot));
                 ++nextEarly;
             }
             const double until = nextEarly < earlyRemesh.size() ? std::min(tEnd, earlyRemesh[nextEarly]) : tEnd;
@@ -268,7 +267,7 @@ CaseResult WettingSimulation::run()
                 return result;
             }
         }
-        extent = FrontTracker::measure(solver.mesh(), solver.thetas(), threshold, 0.0, sharp);
+        extent = FrontTracker::measure(solver.mesh(), solver.thetas(), threshold, 0.0, foot);
         FrontRow row;
         row.hour = hour;
         row.r = extent.radius;

@@ -125,15 +125,6 @@ private slots:
         const auto rows = db.rows(QStringLiteral("SELECT SoilType, FlowRate, InitialHead, Emitter, MeshChange FROM CaseInfo "
                                                  "ORDER BY SoilType, FlowRate, InitialHead DESC, Emitter"));
         QCOMPARE(rows.size(), 360);
-        // Not yet all of them: nine buried cases of Silty Clay and Silty Clay
-        // Loam at 2 to 8 L/h still move by 2.0-2.4 % (see builder/SOLVER.md).
-        // They are listed so that any other case over 2 %, or any case over
-        // 3 %, fails, and so that this list must shrink as they are fixed.
-        const QStringList stillOver = {"soil 9 flow 4 head -6 buried", "soil 9 flow 5 head -3 buried",
-                                       "soil 11 flow 3 head -10 buried", "soil 11 flow 3 head -6 buried",
-                                       "soil 11 flow 4 head -10 buried", "soil 11 flow 4 head -3 buried",
-                                       "soil 11 flow 4 head -6 buried", "soil 11 flow 5 head -3 buried",
-                                       "soil 11 flow 5 head -6 buried"};
         QStringList over;
         double seen = 0;
         for (const auto &row : rows) {
@@ -141,15 +132,12 @@ private slots:
                                       .arg(row[2].toDouble()).arg(row[3].toString());
             QVERIFY2(!row[4].isNull(), qPrintable(where + QStringLiteral(": no mesh change")));
             const double change = row[4].toDouble();
-            QVERIFY2(change >= 0 && change < 0.03, qPrintable(where + QStringLiteral(": mesh change %1").arg(change)));
+            QVERIFY2(change >= 0, qPrintable(where + QStringLiteral(": mesh change %1").arg(change)));
             if (change >= 0.02)
                 over << where;
             seen = std::max(seen, change);
         }
-        over.sort();
-        QStringList expected = stillOver;
-        expected.sort();
-        QCOMPARE(over, expected);
+        QVERIFY2(over.isEmpty(), qPrintable(QStringLiteral("at 2 % or more: ") + over.join(QStringLiteral(", "))));
         const double largest = db.buildInfo(QStringLiteral("max_mesh_change")).toDouble();
         QVERIFY(std::abs(seen - largest) <= 1e-5 * seen);
     }
@@ -194,13 +182,8 @@ private slots:
                     for (int h = 2; h <= 24; ++h) {
                         const Front &a = f.at({s, q, h - 1}), &b = f.at({s, q, h});
                         const QString where = QStringLiteral("%1 soil %2 flow %3 hour %4").arg(QString::fromLatin1(t)).arg(s).arg(q).arg(h);
-                        // A front never recedes by more than a thousandth, a tenth
-                        // of the smallest mesh error: the blend between the linear
-                        // and the step reading of a sharp front leaves a wobble of
-                        // that size (Silt Loam, dry, 2 L/h, surface: r 0.02 % down
-                        // from hour 22 to 23).
-                        const double slack = 1 - 1e-3;
-                        QVERIFY2(b.r >= slack * a.r && b.down >= slack * a.down && b.up >= slack * a.up, qPrintable(where));
+                        // a front never recedes
+                        QVERIFY2(b.r >= a.r && b.down >= a.down && b.up >= a.up, qPrintable(where));
                     }
                     const Front &first = f.at({s, q, 1}), &last = f.at({s, q, 24});
                     QVERIFY(last.r > first.r && last.down > first.down);
