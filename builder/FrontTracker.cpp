@@ -78,12 +78,12 @@ FrontTracker::Extent FrontTracker::measure(const AxisymmetricMesh& mesh,
             const double a = face(k), b = face(k + step);
             water += uk * (radial ? b * b - a * a : std::fabs(b - a));
         }
-        const double f = face(w);
+        const double f = face(w), outward = step > 0 ? 1.0 : -1.0;
         // where the level ends: the water is P (s^2 - f^2) + 2 P lambda (s + lambda)
         // along a row, P (s - f) + P lambda along a column
-        const double at = radial ? -lambda + std::sqrt(std::max(f * f + water / level - lambda * lambda, 0.0))
-                                 : f + (step > 0 ? 1.0 : -1.0) * (water / level - lambda);
-        const double read = at + (step > 0 ? 1.0 : -1.0) * lambda * std::log(level / thr);
+        const double levelEnds = radial ? -lambda + std::sqrt(std::max(f * f + water / level - lambda * lambda, 0.0))
+                                        : f + outward * (water / level - lambda);
+        const double read = levelEnds + outward * lambda * std::log(level / thr);
         return lin + weight * (read - lin);
     };
 
