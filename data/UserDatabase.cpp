@@ -4,6 +4,7 @@
 #include "base/UserFolders.h"
 
 #include <QAtomicInteger>
+#include <QFile>
 #include <QFileInfo>
 #include <QSqlDatabase>
 #include <QSqlError>
@@ -11,6 +12,8 @@
 #include <QSqlRecord>
 
 #include <functional>
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -152,6 +155,22 @@ QString UserDatabase::activePath()
 void UserDatabase::reset()
 {
     chosen().clear();
+}
+
+QString UserDatabase::activeVersion()
+{
+    const QString path = activePath();
+    struct stat st {};
+    if (::stat(QFile::encodeName(path).constData(), &st) != 0)
+        return path;
+    // The builder writes a new file and renames it over the old one: a new
+    // inode, whatever the size and the clock say.
+    return QStringLiteral("%1|%2|%3|%4.%5")
+        .arg(path)
+        .arg(qulonglong(st.st_ino))
+        .arg(qlonglong(st.st_size))
+        .arg(qlonglong(st.st_mtim.tv_sec))
+        .arg(qlonglong(st.st_mtim.tv_nsec));
 }
 
 QMap<QString, QString> UserDatabase::buildInfo(const QString &path)

@@ -46,6 +46,12 @@ public:
     static QString activePath();
     // Forgets the choice: the shipped database is read (tests).
     static void reset();
+    // Which file the program reads and which version of it: the path with
+    // the file's identity, size and time of change. It differs whenever the
+    // database was chosen afresh or written anew (by this program, another
+    // instance or the command line), so that a window can tell that the
+    // soils it knows by number may have moved.
+    static QString activeVersion();
 
     // The BuildInfo of a database (key -> value); empty when it cannot be read.
     static QMap<QString, QString> buildInfo(const QString &path);

@@ -72,6 +72,18 @@ void BuilderProcess::cancel()
     });
 }
 
+void BuilderProcess::stopAndWait()
+{
+    if (!isRunning())
+        return;
+    m_cancelled = true;
+    m_process.terminate();
+    if (!m_process.waitForFinished(GraceMilliseconds)) {
+        m_process.kill();
+        m_process.waitForFinished(1000);
+    }
+}
+
 bool BuilderProcess::parseProgress(const QString &line, int *done, int *total, QString *elapsed,
                                    QString *left)
 {

@@ -30,6 +30,9 @@ public:
     // file; after a grace time it is killed). finished() follows with
     // ok false and cancelled() true.
     void cancel();
+    // Stops the builder and waits until it has ended (the program is
+    // closing); finished() has been emitted when it returns.
+    void stopAndWait();
     bool cancelled() const { return m_cancelled; }
 
     int casesDone() const { return m_done; }

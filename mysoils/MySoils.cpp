@@ -3,9 +3,12 @@
 #include "base/UserFolders.h"
 #include "settings/IniFile.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QLockFile>
+#include <QRegularExpression>
 #include <QSaveFile>
 #include <QTemporaryFile>
 
@@ -13,6 +16,17 @@ namespace {
 
 const char *const NoticeSection = "Notices";
 const char *const NoticeKey = "ShippedDatabaseTold";
+const int LockWaitMilliseconds = 3000;
+
+// "process 1234 on host, trickle-build"
+QString lockHolder(const QLockFile &lock)
+{
+    qint64 pid = 0;
+    QString host, application;
+    if (!lock.getLockInfo(&pid, &host, &application))
+        return QStringLiteral("its lock is %1").arg(MySoils::lockPath());
+    return QStringLiteral("process %1 on %2, %3").arg(pid).arg(host, application);
+}
 
 QString noticeFile()
 {
@@ -55,8 +69,9 @@ QStringList MySoils::addArguments(const QString &catalogue)
             QStringLiteral("--out"), UserDatabase::userPath(), QStringLiteral("--force")};
 }
 
-QStringList MySoils::removeArguments(int number)
+QStringList MySoils::removeArguments(int number, const QString &name)
 {
+    Q_UNUSED(name)
     const QList<UserDatabase::Soil> soils = userSoils();
     if (soils.size() <= 1)
         return {};
@@ -68,11 +83,52 @@ QStringList MySoils::removeArguments(int number)
 bool MySoils::removeLast(QString *why)
 {
     QFile file(UserDatabase::userPath());
-    if (!file.exists() || file.remove())
+    if (!file.exists())
+        return true;
+    // A builder writing the file (another Ulvex, or the command line) holds
+    // this lock; its result would otherwise bring the soil back.
+    QLockFile lock(lockPath());
+    if (!lock.tryLock(LockWaitMilliseconds)) {
+        if (why)
+            *why = QStringLiteral("%1 is being written by another program (%2); try again when it is done.")
+                       .arg(file.fileName(), lockHolder(lock));
+        return false;
+    }
+    if (file.remove())
         return true;
     if (why)
         *why = QStringLiteral("%1 cannot be deleted: %2").arg(file.fileName(), file.errorString());
     return false;
+}
+
+QString MySoils::lockPath()
+{
+    return UserDatabase::userPath() + QStringLiteral(".lock");
+}
+
+QStringList MySoils::removeLeftovers()
+{
+    QLockFile lock(lockPath());
+    if (!lock.tryLock(0))
+        return {};
+    const QFileInfo user(UserDatabase::userPath());
+    // The builder's temporary database beside its output, ".NAME.XXXXXX.part",
+    // with SQLite's journal; and the catalogues written by writeCatalogue().
+    const QRegularExpression part(QStringLiteral("^\\.%1\\.[A-Za-z0-9]{6}\\.part(-journal)?$")
+                                      .arg(QRegularExpression::escape(user.fileName())));
+    // A catalogue is written just before its builder starts (and takes the
+    // lock): only an old one is surely left over.
+    const QRegularExpression catalogue(QStringLiteral("^added-soils-[A-Za-z0-9]{6}\\.csv$"));
+    const QDateTime oldEnough = QDateTime::currentDateTime().addSecs(-3600);
+    QStringList removed;
+    const QDir folder = user.dir();
+    for (const QFileInfo &f : folder.entryInfoList(QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot)) {
+        const bool leftover = part.match(f.fileName()).hasMatch()
+                              || (catalogue.match(f.fileName()).hasMatch() && f.lastModified() < oldEnough);
+        if (leftover && QFile::remove(f.filePath()))
+            removed << f.filePath();
+    }
+    return removed;
 }
 
 QStringList MySoils::recomputeArguments(const QString &catalogue)

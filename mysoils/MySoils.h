@@ -30,13 +30,24 @@ public:
     // The builder's arguments that add the soils of `catalogue` to base()
     // and write the user's database.
     static QStringList addArguments(const QString &catalogue);
-    // The arguments that write the user's database without soil `number`.
-    // Empty when it is the user's last soil: the user's database then simply
-    // goes (see removeLast).
-    static QStringList removeArguments(int number);
-    // Deletes the user's database (its last soil removed). False, with the
-    // reason, when it cannot be deleted.
+    // The arguments that write the user's database without the soil `name`
+    // (numbered `number` when the list was read). Empty when it is the user's
+    // last soil: the user's database then simply goes (see removeLast).
+    static QStringList removeArguments(int number, const QString &name);
+    // Deletes the user's database (its last soil removed), holding the lock
+    // the builder holds while it writes that file. False, with the reason,
+    // when it cannot be deleted.
     static bool removeLast(QString *why);
+
+    // The lock file of the user's database, held by whoever writes it.
+    static QString lockPath();
+    // Removes what a builder or a program stopped outright (killed, power
+    // lost) left in the user's data folder: the builder's temporary
+    // databases and journals of the user's database, and soil catalogues the
+    // program wrote for it. Only while nobody holds the user's database's
+    // lock, so nothing in use is touched; never other files. Returns the
+    // files removed.
+    static QStringList removeLeftovers();
     // The arguments that compute the user's soils afresh on the shipped
     // database, from `catalogue` (see userCatalogue).
     static QStringList recomputeArguments(const QString &catalogue);

@@ -98,6 +98,16 @@ double SoilEntry::toSi(KsUnit unit)
     return 1.0;
 }
 
+double SoilEntry::converted(double value, AlphaUnit from, AlphaUnit to)
+{
+    return tidy(value * toSi(from) / toSi(to));
+}
+
+double SoilEntry::converted(double value, KsUnit from, KsUnit to)
+{
+    return tidy(value * toSi(from) / toSi(to));
+}
+
 SoilEntry::Range SoilEntry::alphaRange(AlphaUnit unit)
 {
     const double f = toSi(unit);

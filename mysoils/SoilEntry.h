@@ -46,6 +46,10 @@ public:
     // Factors to SI: alpha in 1/m, Ks in m/s.
     static double toSi(AlphaUnit unit);
     static double toSi(KsUnit unit);
+    // A value given in one unit, in another (without the conversion's noise
+    // in the last digits), so that the soil stays the same soil.
+    static double converted(double value, AlphaUnit from, AlphaUnit to);
+    static double converted(double value, KsUnit from, KsUnit to);
 
     // The ranges of the single values. Broad physical limits: they hold every
     // soil of the usual texture classes many times over, and keep out typing

@@ -9,6 +9,7 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QSignalBlocker>
 #include <QStatusBar>
 #include <QVBoxLayout>
 
@@ -184,16 +185,48 @@ void frmAddSoil::buildControls()
         if (index > 0)
             startFrom(index - 1);
     });
-    connect(cmbAlphaUnit, &QComboBox::currentIndexChanged, this, &frmAddSoil::applyUnitRanges);
-    connect(cmbKsUnit, &QComboBox::currentIndexChanged, this, &frmAddSoil::applyUnitRanges);
+    m_alphaUnitShown = cmbAlphaUnit->currentIndex();
+    m_ksUnitShown = cmbKsUnit->currentIndex();
+    connect(cmbAlphaUnit, &QComboBox::currentIndexChanged, this, &frmAddSoil::alphaUnitChanged);
+    connect(cmbKsUnit, &QComboBox::currentIndexChanged, this, &frmAddSoil::ksUnitChanged);
     connect(cmdOK, &QPushButton::clicked, this, &frmAddSoil::cmdOK_Click);
     connect(cmdCancel, &QPushButton::clicked, this, &QDialog::reject);
 }
 
+namespace {
+
+// The number a field shows, converted by `convert`; a field that does not
+// hold a number is left as it is, for the user to mend.
+template <typename Convert> void convertField(QLineEdit *field, Convert convert)
+{
+    const QVariant v = CTextBox::convert(field->text(), CTextBox::vbDouble);
+    if (v.isValid())
+        field->setText(SoilEntry::numberText(convert(v.toDouble())));
+}
+
+} // namespace
+
+void frmAddSoil::alphaUnitChanged()
+{
+    const auto from = SoilEntry::AlphaUnit(cmbAlphaUnit->itemData(m_alphaUnitShown).toInt());
+    const auto to = SoilEntry::AlphaUnit(cmbAlphaUnit->currentData().toInt());
+    m_alphaUnitShown = cmbAlphaUnit->currentIndex();
+    convertField(field(Alpha), [from, to](double v) { return SoilEntry::converted(v, from, to); });
+    applyUnitRanges();
+}
+
+void frmAddSoil::ksUnitChanged()
+{
+    const auto from = SoilEntry::KsUnit(cmbKsUnit->itemData(m_ksUnitShown).toInt());
+    const auto to = SoilEntry::KsUnit(cmbKsUnit->currentData().toInt());
+    m_ksUnitShown = cmbKsUnit->currentIndex();
+    convertField(field(Ks), [from, to](double v) { return SoilEntry::converted(v, from, to); });
+    applyUnitRanges();
+}
+
 void frmAddSoil::applyUnitRanges()
 {
-    // The accepted range of alpha and Ks follows the unit chosen; the number
-    // typed stays as it is, as it is the number in the unit the user means.
+    // The accepted range of alpha and Ks follows the unit chosen.
     const auto alphaUnit = SoilEntry::AlphaUnit(cmbAlphaUnit->currentData().toInt());
     const auto ksUnit = SoilEntry::KsUnit(cmbKsUnit->currentData().toInt());
     const SoilEntry::Range a = SoilEntry::alphaRange(alphaUnit);
@@ -229,6 +262,34 @@ void frmAddSoil::startFrom(int index)
     field(Alpha)->setText(SoilEntry::numberText(shown.alpha));
     field(N)->setText(SoilEntry::numberText(shown.n));
     field(Ks)->setText(SoilEntry::numberText(shown.ks));
+}
+
+frmAddSoil::Typed frmAddSoil::typed() const
+{
+    Typed t;
+    for (int f = 0; f < FieldCount; ++f)
+        t.texts[std::size_t(f)] = field(Field(f))->text();
+    t.texture = cmbTexture->currentIndex();
+    t.alphaUnit = cmbAlphaUnit->currentIndex();
+    t.ksUnit = cmbKsUnit->currentIndex();
+    t.startFrom = cmbStartFrom->currentIndex();
+    return t;
+}
+
+void frmAddSoil::restore(const Typed &typed)
+{
+    // The units first: their change would convert the numbers restored.
+    const QSignalBlocker alpha(cmbAlphaUnit);
+    const QSignalBlocker ks(cmbKsUnit);
+    cmbAlphaUnit->setCurrentIndex(typed.alphaUnit);
+    cmbKsUnit->setCurrentIndex(typed.ksUnit);
+    m_alphaUnitShown = cmbAlphaUnit->currentIndex();
+    m_ksUnitShown = cmbKsUnit->currentIndex();
+    applyUnitRanges();
+    cmbTexture->setCurrentIndex(typed.texture);
+    cmbStartFrom->setCurrentIndex(typed.startFrom);
+    for (int f = 0; f < FieldCount; ++f)
+        field(Field(f))->setText(typed.texts[std::size_t(f)]);
 }
 
 SoilEntry frmAddSoil::entry() const

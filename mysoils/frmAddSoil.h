@@ -46,9 +46,25 @@ public:
     enum Field { Name, Clay, Classification, ThetaR, ThetaS, Alpha, N, Ks, FieldCount };
     QLineEdit *field(Field f) const { return m_fields.at(std::size_t(f)); }
 
+    // Everything as the user typed and chose it, to be given back to a new
+    // form when the soil could not be computed or the computation was stopped.
+    struct Typed
+    {
+        std::array<QString, FieldCount> texts;
+        int texture = 0;
+        int alphaUnit = 0;
+        int ksUnit = 0;
+        int startFrom = 0;
+    };
+    Typed typed() const;
+    void restore(const Typed &typed);
+
 private:
     void buildControls();
     void applyUnitRanges();
+    // A unit changed: the number shown is converted, so the soil stays the same.
+    void alphaUnitChanged();
+    void ksUnitChanged();
     void ControlsCollection_Validate(QWidget *control, bool &cancel);
     void ControlsCollection_GotFocus(QWidget *control);
     void ControlsCollection_LostFocus(QWidget *control);
@@ -68,4 +84,6 @@ private:
     QPushButton *cmdOK = nullptr;
     QPushButton *cmdCancel = nullptr;
     QStatusBar *sbrAdd = nullptr;
+    int m_alphaUnitShown = 0;
+    int m_ksUnitShown = 0;
 };

@@ -1,13 +1,11 @@
 #include "mysoils/frmMySoils.h"
 
 #include "data/UserDatabase.h"
+#include "mysoils/ComputationProgress.h"
 #include "mysoils/MySoils.h"
-#include "mysoils/frmAddSoil.h"
-#include "mysoils/frmBuildProgress.h"
 #include "shell/ResourceImages.h"
 
 #include <QDateTime>
-#include <QFile>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
@@ -18,12 +16,6 @@
 #include <QVBoxLayout>
 
 namespace {
-
-QString &builderProgram()
-{
-    static QString program;
-    return program;
-}
 
 QString ksText(double metresPerSecond)
 {
@@ -39,16 +31,28 @@ QString addedText(const QString &iso)
     return QLocale().toString(when.toLocalTime(), QLocale::ShortFormat);
 }
 
-void tell(QWidget *parent, QMessageBox::Icon icon, const QString &text)
+void tell(QWidget *parent, QMessageBox::Icon icon, const QString &text, const QString &details = QString())
 {
     QMessageBox box(icon, QStringLiteral("My Soils"), text, QMessageBox::Ok, parent);
     box.setObjectName(QStringLiteral("MySoilsMessage"));
+    if (!details.isEmpty())
+        box.setDetailedText(details);
     box.exec();
+}
+
+// "Ulvex Simulation 2" or "Ulvex Simulation 1 and Ulvex Simulation 3".
+QString listed(const QStringList &captions)
+{
+    if (captions.size() <= 1)
+        return captions.join(QString());
+    return QStringList(captions.mid(0, captions.size() - 1)).join(QStringLiteral(", "))
+           + QStringLiteral(" and ") + captions.last();
 }
 
 } // namespace
 
-frmMySoils::frmMySoils(QWidget *parent) : QDialog(parent)
+frmMySoils::frmMySoils(SoilComputation *computation, QWidget *parent)
+    : QDialog(parent), m_computation(computation)
 {
     setObjectName(QStringLiteral("frmMySoils"));
     setWindowTitle(QStringLiteral("My Soils"));
@@ -68,6 +72,7 @@ frmMySoils::frmMySoils(QWidget *parent) : QDialog(parent)
     lblWhere->setObjectName(QStringLiteral("lblWhere"));
     lblWhere->setWordWrap(true);
     lblWhere->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    prgComputation = new ComputationProgress(computation, this);
 
     cmdAdd = new QPushButton(QStringLiteral("Add..."), this);
     cmdAdd->setObjectName(QStringLiteral("cmdAdd"));
@@ -91,6 +96,7 @@ frmMySoils::frmMySoils(QWidget *parent) : QDialog(parent)
     row->addLayout(buttons);
     auto *main = new QVBoxLayout(this);
     main->addLayout(row, 1);
+    main->addWidget(prgComputation);
     main->addWidget(lblWhere);
 
     connect(cmdAdd, &QPushButton::clicked, this, &frmMySoils::cmdAdd_Click);
@@ -98,13 +104,11 @@ frmMySoils::frmMySoils(QWidget *parent) : QDialog(parent)
     connect(cmdClose, &QPushButton::clicked, this, &QDialog::accept);
     connect(lvMySoils, &QTreeWidget::currentItemChanged, this,
             [this] { cmdRemove->setEnabled(lvMySoils->currentItem() != nullptr); });
+    connect(computation, &SoilComputation::finished, this, &frmMySoils::computationFinished);
     refresh();
 }
 
-void frmMySoils::setBuilderProgram(const QString &program)
-{
-    builderProgram() = program;
-}
+frmMySoils::~frmMySoils() = default;
 
 void frmMySoils::refresh()
 {
@@ -122,64 +126,141 @@ void frmMySoils::refresh()
                           : QStringLiteral("Your soils are kept in %1.").arg(UserDatabase::userPath()));
 }
 
-bool frmMySoils::build(QWidget *parent, const QString &title, const QStringList &arguments)
+QWidget *frmMySoils::messageParent()
 {
-    frmBuildProgress progress(title, arguments, builderProgram(), parent);
-    const bool ok = progress.exec() == QDialog::Accepted;
-    // Whatever happened, read the databases as they are now.
-    const QString trouble = UserDatabase::choose();
-    if (!ok && !progress.cancelled())
-        tell(parent, QMessageBox::Warning,
-             QStringLiteral("The soil could not be computed.\n%1").arg(progress.message()));
-    else if (ok && !trouble.isEmpty())
-        tell(parent, QMessageBox::Warning, trouble);
-    return ok;
+    return isVisible() ? static_cast<QWidget *>(this) : parentWidget();
+}
+
+bool frmMySoils::refuseWhileComputing()
+{
+    if (!m_computation->isRunning())
+        return false;
+    tell(messageParent(), QMessageBox::Information,
+         QStringLiteral("Ulvex is busy: %1. Your soils can be changed again when it is done, or "
+                        "after you stop it with Cancel.")
+             .arg(m_computation->job().title));
+    return true;
+}
+
+bool frmMySoils::startJob(const SoilComputation::Job &job)
+{
+    if (m_computation->start(job))
+        return true;
+    refuseWhileComputing();
+    return false;
 }
 
 void frmMySoils::cmdAdd_Click()
 {
-    frmAddSoil add(MySoils::startingPoints(), MySoils::takenNames(), this);
-    if (add.exec() != QDialog::Accepted)
+    if (m_addForm) {
+        m_addForm->raise();
+        m_addForm->activateWindow();
         return;
-    const SoilEntry soil = add.entry();
+    }
+    if (refuseWhileComputing())
+        return;
+    openAddForm(std::nullopt);
+}
+
+void frmMySoils::openAddForm(const std::optional<frmAddSoil::Typed> &typed)
+{
+    // Modal to My Soils only: the frame and its windows stay usable.
+    auto *form = new frmAddSoil(MySoils::startingPoints(), MySoils::takenNames(), this);
+    if (typed)
+        form->restore(*typed);
+    form->setWindowModality(Qt::WindowModal);
+    form->setAttribute(Qt::WA_DeleteOnClose);
+    connect(form, &QDialog::finished, this, &frmMySoils::addFormClosed);
+    m_addForm = form;
+    form->show();
+}
+
+void frmMySoils::addFormClosed(int result)
+{
+    frmAddSoil *form = m_addForm;
+    m_addForm = nullptr;
+    if (!form || result != QDialog::Accepted)
+        return;
+    const SoilEntry soil = form->entry();
+    m_typed = form->typed();
     QString why;
     const QString catalogue = MySoils::writeCatalogue(SoilEntry::catalogue({soil}), &why);
     if (catalogue.isEmpty()) {
-        tell(this, QMessageBox::Warning, why);
+        tell(messageParent(), QMessageBox::Warning, why);
+        openAddForm(m_typed);
         return;
     }
-    build(this, QStringLiteral("Computing %1").arg(soil.name), MySoils::addArguments(catalogue));
-    QFile::remove(catalogue);
-    refresh();
+    SoilComputation::Job job;
+    job.kind = SoilComputation::Kind::Add;
+    job.title = QStringLiteral("Computing %1").arg(soil.name);
+    job.arguments = MySoils::addArguments(catalogue);
+    job.soil = soil;
+    job.catalogue = catalogue;
+    if (!startJob(job))
+        openAddForm(m_typed);
 }
 
 void frmMySoils::cmdRemove_Click()
 {
     QTreeWidgetItem *item = lvMySoils->currentItem();
-    if (item == nullptr)
+    if (item == nullptr || refuseWhileComputing())
         return;
     const QString name = item->text(0);
     const int number = item->data(0, Qt::UserRole).toInt();
-    QMessageBox ask(QMessageBox::Question, QStringLiteral("My Soils"),
-                    QStringLiteral("Remove the soil \"%1\" and its wetting fronts?").arg(name),
+    const QStringList showing = m_windowsShowing ? m_windowsShowing(name) : QStringList();
+    QString question = QStringLiteral("Remove the soil \"%1\" and its wetting fronts?").arg(name);
+    if (!showing.isEmpty())
+        question += QStringLiteral("\n\n%1 %2 it; %3 will show no graph until you choose another soil.")
+                        .arg(listed(showing), showing.size() == 1 ? QStringLiteral("shows") : QStringLiteral("show"),
+                             showing.size() == 1 ? QStringLiteral("that window") : QStringLiteral("those windows"));
+    QMessageBox ask(QMessageBox::Question, QStringLiteral("My Soils"), question,
                     QMessageBox::Yes | QMessageBox::No, this);
     ask.setObjectName(QStringLiteral("RemoveQuestion"));
     ask.setDefaultButton(QMessageBox::No);
     if (ask.exec() != QMessageBox::Yes)
         return;
-    const QStringList arguments = MySoils::removeArguments(number);
+    const QStringList arguments = MySoils::removeArguments(number, name);
     if (arguments.isEmpty()) {
         QString why;
         if (!MySoils::removeLast(&why))
             tell(this, QMessageBox::Warning, why);
-        UserDatabase::choose();
-    } else {
-        build(this, QStringLiteral("Removing %1").arg(name), arguments);
+        readDatabasesAgain(false);
+        return;
     }
-    refresh();
+    SoilComputation::Job job;
+    job.kind = SoilComputation::Kind::Remove;
+    job.title = QStringLiteral("Removing %1").arg(name);
+    job.arguments = arguments;
+    startJob(job);
 }
 
-void frmMySoils::offerRecompute(QWidget *parent)
+void frmMySoils::readDatabasesAgain(bool tellTrouble)
+{
+    const QString trouble = UserDatabase::choose();
+    refresh();
+    emit databaseChanged();
+    if (tellTrouble && !trouble.isEmpty())
+        tell(messageParent(), QMessageBox::Warning, trouble);
+}
+
+void frmMySoils::computationFinished(bool ok, bool cancelled, const QString &message)
+{
+    const SoilComputation::Job job = m_computation->job();
+    // Whatever happened, read the databases as they are now.
+    readDatabasesAgain(ok);
+    if (!ok && !cancelled) {
+        const SoilComputation::Failure failure = m_computation->failure(message);
+        tell(messageParent(), QMessageBox::Warning, failure.summary, failure.details);
+    }
+    // An addition that did not come through goes back to its form, as typed.
+    if (!ok && job.kind == SoilComputation::Kind::Add && m_typed && !m_addForm) {
+        show();
+        raise();
+        openAddForm(m_typed);
+    }
+}
+
+void frmMySoils::offerRecompute()
 {
     if (!UserDatabase::shippedIsNewer() || MySoils::userSoils().isEmpty())
         return;
@@ -190,18 +271,22 @@ void frmMySoils::offerRecompute(QWidget *parent)
     QMessageBox ask(QMessageBox::Question, QStringLiteral("My Soils"),
                     QStringLiteral("Ulvex comes with a newer database (%1) than the one your soils were "
                                    "computed on. Your soils still show as they were computed. Compute "
-                                   "them again on the new database now?")
+                                   "them again on the new database now? Ulvex stays usable meanwhile.")
                         .arg(addedText(shipped)),
-                    QMessageBox::Yes | QMessageBox::No, parent);
+                    QMessageBox::Yes | QMessageBox::No, parentWidget());
     ask.setObjectName(QStringLiteral("RecomputeQuestion"));
     if (ask.exec() != QMessageBox::Yes)
         return;
     QString why;
     const QString catalogue = MySoils::writeCatalogue(MySoils::userCatalogue(), &why);
     if (catalogue.isEmpty()) {
-        tell(parent, QMessageBox::Warning, why);
+        tell(parentWidget(), QMessageBox::Warning, why);
         return;
     }
-    build(parent, QStringLiteral("Computing your soils"), MySoils::recomputeArguments(catalogue));
-    QFile::remove(catalogue);
+    SoilComputation::Job job;
+    job.kind = SoilComputation::Kind::Recompute;
+    job.title = QStringLiteral("Computing your soils");
+    job.arguments = MySoils::recomputeArguments(catalogue);
+    job.catalogue = catalogue;
+    startJob(job);
 }

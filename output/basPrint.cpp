@@ -135,6 +135,10 @@ bool WriteSimulationData(QIODevice *device, const QDateTime &now)
     DataFileWriter writer(device);
     writer.writeFileHeader(now);
     for (frmMain *window : OpenWindows()) {
+        // A window whose soil was removed shows nothing, and writes nothing.
+        window->followSoil();
+        if (window->soilGone())
+            continue;
         const GraphEllipse *graph = window->graph();
         writer.writeBlockHeader(window->caption(), graph->SoilType(), graph->FlowRate(),
                                 graph->WaterContent(), isBuried(window), graph->EmitterDepth());

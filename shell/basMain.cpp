@@ -4,6 +4,7 @@
 #include "data/DataErrors.h"
 #include "data/UserDatabase.h"
 #include "data/basSafeRoutines.h"
+#include "mysoils/MySoils.h"
 #include "mysoils/frmMySoils.h"
 #include "shell/ErrorMessage.h"
 #include "shell/ResourceImages.h"
@@ -135,7 +136,9 @@ frmMDIMain *Main()
                                                  + UserDatabase::shippedPath()
                                                  + QStringLiteral(" instead.")));
     else
-        frmMySoils::offerRecompute(frame);
+        frame->mySoils()->offerRecompute();
+    // What a builder or an earlier run stopped outright left behind.
+    MySoils::removeLeftovers();
     return frame;
 }
 

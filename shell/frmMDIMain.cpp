@@ -13,6 +13,9 @@
 #include "shell/ErrorMessage.h"
 #include "base/UlvexError.h"
 #include "simulation/frmMain.h"
+#include "mysoils/ComputationProgress.h"
+#include "mysoils/MySoils.h"
+#include "mysoils/SoilComputation.h"
 #include "mysoils/frmMySoils.h"
 
 #include <QAction>
@@ -22,6 +25,7 @@
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenuBar>
+#include <QMessageBox>
 #include <QScrollBar>
 #include <QStatusBar>
 #include <QToolBar>
@@ -45,6 +49,8 @@ frmMDIMain::frmMDIMain(QWidget *parent) : QMainWindow(parent)
     auto *sbrMain = new QStatusBar(this);
     sbrMain->setObjectName(QStringLiteral("sbrMain"));
     setStatusBar(sbrMain);
+    m_computation = new SoilComputation(this);
+    sbrMain->addPermanentWidget(new ComputationProgress(m_computation, sbrMain), 1);
     setMinimumSize(Twips::sizeToPixels(MinWidthTwips, MinHeightTwips));
     // Frame load: band 2 (the logo) keeps its height.
     setBand2MinimumHeight();
@@ -350,8 +356,31 @@ void frmMDIMain::resizeEvent(QResizeEvent *event)
 
 void frmMDIMain::closeEvent(QCloseEvent *event)
 {
+    if (!stopComputationToClose()) {
+        event->ignore();
+        return;
+    }
     unloadAll();
     event->accept();
+}
+
+bool frmMDIMain::stopComputationToClose()
+{
+    if (!m_computation->isRunning())
+        return true;
+    QMessageBox ask(QMessageBox::Question, QStringLiteral("Ulvex"),
+                    QStringLiteral("Ulvex is still busy: %1. Stop it and close Ulvex? Your soils stay "
+                                   "as they were before it started.")
+                        .arg(m_computation->job().title),
+                    QMessageBox::Yes | QMessageBox::No, this);
+    ask.setObjectName(QStringLiteral("StopComputationQuestion"));
+    ask.setDefaultButton(QMessageBox::No);
+    if (ask.exec() != QMessageBox::Yes)
+        return false;
+    // The builder removes its temporary file before it ends; the user's
+    // database is left as it was.
+    m_computation->stopAndWait();
+    return true;
 }
 
 void frmMDIMain::unloadAll()
@@ -404,6 +433,9 @@ void frmMDIMain::mnuNew_Click()
 void frmMDIMain::mnuExit_Click()
 {
     // Ends the process at once: no window is unloaded and nothing is saved.
+    // Only a soil being computed is asked about first, and stopped cleanly.
+    if (!stopComputationToClose())
+        return;
     std::fflush(nullptr);
     ::_exit(0);
 }
@@ -422,10 +454,39 @@ void frmMDIMain::showGraphOptions()
     dialog.exec();
 }
 
+frmMySoils *frmMDIMain::mySoils()
+{
+    if (!m_mySoils) {
+        m_mySoils = new frmMySoils(m_computation, this);
+        m_mySoils->setWindowsShowing([](const QString &soil) {
+            QStringList captions;
+            SimWindowCollection &windows = basGlobals::colSimWindows();
+            for (int i = 0; i < windows.Count(); ++i)
+                if (frmMain *w = windows.at(i); w && w->shownSoil().compare(soil, Qt::CaseInsensitive) == 0)
+                    captions << w->caption();
+            return captions;
+        });
+        connect(m_mySoils, &frmMySoils::databaseChanged, this, &frmMDIMain::soilsChanged);
+    }
+    return m_mySoils;
+}
+
 void frmMDIMain::showMySoils()
 {
-    frmMySoils dialog(this);
-    dialog.exec();
+    frmMySoils *dialog = mySoils();
+    MySoils::removeLeftovers();
+    dialog->refresh();
+    dialog->show();
+    dialog->raise();
+    dialog->activateWindow();
+}
+
+void frmMDIMain::soilsChanged()
+{
+    SimWindowCollection &windows = basGlobals::colSimWindows();
+    for (int i = 0; i < windows.Count(); ++i)
+        if (frmMain *w = windows.at(i))
+            w->followSoil();
 }
 
 void frmMDIMain::mnuContents_Click()

@@ -3,6 +3,7 @@
 #include <QIcon>
 #include <QMainWindow>
 #include <QMap>
+#include <QPointer>
 
 class QAction;
 class QLabel;
@@ -11,6 +12,8 @@ class QMdiSubWindow;
 class QMenu;
 class QToolBar;
 class frmMain;
+class frmMySoils;
+class SoilComputation;
 
 // The program's main window: a multiple-document frame holding up to four
 // simulation windows, with the cool bar (toolbar and logo), menus and status
@@ -64,8 +67,15 @@ public:
     // a graph.
     void showGraphOptions();
     // "My Soils": the user's own soils, added and removed through the
-    // database builder.
+    // database builder. The dialog is not modal: the frame stays usable
+    // while a soil is computed.
     void showMySoils();
+    // The My Soils dialog (made hidden on first use) and the computation of
+    // soils it starts, whose progress also shows in the status bar.
+    frmMySoils *mySoils();
+    SoilComputation *soilComputation() const { return m_computation; }
+    // After My Soils changed the database: every window keeps its soil.
+    void soilsChanged();
 
     // Where print, preview and export are wired to their routines.
     QAction *printDataAction() const { return mnuPrintData; }
@@ -90,6 +100,9 @@ private:
     void updateEnabledStates(int openWindows);
     void setBand2MinimumHeight();
     void unloadAll();
+    // Asked before the program closes while a soil is computed: true when
+    // the user agrees to stop the computation (which is then stopped).
+    bool stopComputationToClose();
 
     QMdiArea *m_mdi = nullptr;
     QToolBar *clbMain = nullptr;
@@ -102,4 +115,6 @@ private:
     QAction *mnuPreview = nullptr;
     QAction *mnuPrint = nullptr;
     bool m_unloading = false;
+    SoilComputation *m_computation = nullptr;
+    QPointer<frmMySoils> m_mySoils;
 };

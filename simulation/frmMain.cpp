@@ -1,5 +1,6 @@
 #include "simulation/frmMain.h"
 
+#include "data/UserDatabase.h"
 #include "data/clsBusinessLayer.h"
 #include "graph/GraphEllipse.h"
 #include "shell/ErrorMessage.h"
@@ -247,6 +248,7 @@ void frmMain::Form_Load()
     // tag is set to the first soil.
     blnNoResize = false;
     lblSoilDes->setProperty("Tag", QStringLiteral("1"));
+    m_databaseSeen = UserDatabase::activeVersion();
     tmrMain->setInterval(100);
     tmrMain->start();
     blnHooked = false;
@@ -261,7 +263,56 @@ clsBusinessLayer &frmMain::business()
 
 QVector<QVector<QVariant>> frmMain::exportRows()
 {
+    followSoil();
+    if (m_soilGone)
+        return {};
     return business().ReturnDataForPrint(this);
+}
+
+void frmMain::followSoil()
+{
+    const QString version = UserDatabase::activeVersion();
+    if (!m_loaded || version == m_databaseSeen)
+        return;
+    m_databaseSeen = version;
+    if (m_soilGone)
+        return;
+    const QList<UserDatabase::Soil> soils = UserDatabase::soils(UserDatabase::activePath());
+    if (soils.isEmpty())
+        return; // unreadable now: the update itself will say so
+    const QString name = lblSoilDes->text();
+    for (const UserDatabase::Soil &soil : soils) {
+        if (soil.name.compare(name, Qt::CaseInsensitive) == 0) {
+            lblSoilDes->setProperty("Tag", QString::number(soil.number));
+            return;
+        }
+    }
+    showSoilGone(name);
+}
+
+QString frmMain::shownSoil() const
+{
+    return m_soilGone ? QString() : lblSoilDes->text();
+}
+
+QString frmMain::soilGoneText() const
+{
+    return QStringLiteral("The soil \"%1\" was removed: double-click the soil's name to choose another.")
+        .arg(m_goneSoil);
+}
+
+void frmMain::showSoilGone(const QString &name)
+{
+    m_soilGone = true;
+    m_goneSoil = name;
+    // No number of another soil may stay behind in the tag.
+    lblSoilDes->setProperty("Tag", QStringLiteral("0"));
+    lblSoilDes->setText(QStringLiteral("Removed: ") + name);
+    showSoilToScreenReaders();
+    GraphEllipse1->RemoveAllEllipses();
+    GraphEllipse1->Cls();
+    showGraphToScreenReaders();
+    sbrMain->showMessage(soilGoneText());
 }
 
 template <typename F> QString frmMain::guarded(F &&operation)
@@ -277,6 +328,12 @@ template <typename F> QString frmMain::guarded(F &&operation)
 QString frmMain::UpdateGraph()
 {
     ensureLoaded();
+    followSoil();
+    if (m_soilGone) {
+        sbrMain->showMessage(soilGoneText());
+        basGlobals::strLastResult = soilGoneText();
+        return basGlobals::strLastResult;
+    }
     const QString result = guarded([this] { return business().ShowGraph(this); });
     basGlobals::strLastResult = result;
     showGraphToScreenReaders();
@@ -286,6 +343,7 @@ QString frmMain::UpdateGraph()
 QString frmMain::SelectSoilType()
 {
     ensureLoaded();
+    followSoil();
     frmSoilDes chooser(this);
     chooser.intSelectedIndex = qint16(lblSoilDes->property("Tag").toString().toInt());
     chooser.setWindowTitle(QStringLiteral("Select Soil Type For ") + caption());
@@ -306,6 +364,9 @@ QString frmMain::SelectSoilType()
         QMessageBox::information(this, QString(), QStringLiteral("Bigger"));
     lblSoilDes->setText(chosen);
     lblSoilDes->setProperty("Tag", QString::number(chooser.intSelectedIndex));
+    // The chooser listed the database as it is now.
+    m_databaseSeen = UserDatabase::activeVersion();
+    m_soilGone = false;
     showSoilToScreenReaders();
     return result;
 }

@@ -40,6 +40,17 @@ public:
     // Lets the user choose this window's soil; returns the status text.
     QString SelectSoilType();
 
+    // Keeps the window on the soil its label names when the database it
+    // reads has changed since (a soil removed or added before it moves the
+    // soils after it to other numbers): the soil is looked up again by name.
+    // When it is no longer there, the window says so and shows nothing for
+    // it until the user chooses another soil. Runs before every update, soil
+    // choice and export, and when My Soils has changed the database.
+    void followSoil();
+    // The soil the window shows; empty when its soil was removed.
+    QString shownSoil() const;
+    bool soilGone() const { return m_soilGone; }
+
     void setFrmParent(frmMDIMain *frame) { frmParent = frame; }
     frmMDIMain *parentFrame() const { return frmParent; }
 
@@ -87,6 +98,8 @@ private:
     // with what they show.
     void showSoilToScreenReaders();
     void showGraphToScreenReaders();
+    void showSoilGone(const QString &name);
+    QString soilGoneText() const;
     clsBusinessLayer &business();
     // Runs a data operation, showing a database failure to the user.
     template <typename F> QString guarded(F &&operation);
@@ -123,5 +136,9 @@ private:
     bool blnHooked = false;
     bool m_loaded = false;
     bool m_unloaded = false;
+    // The database version the soil number in the label's tag belongs to.
+    QString m_databaseSeen;
+    bool m_soilGone = false;
+    QString m_goneSoil;
     ControlScaler m_scaler;
 };

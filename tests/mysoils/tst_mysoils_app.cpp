@@ -15,6 +15,7 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QDir>
+#include <QLockFile>
 #include <QLabel>
 #include <QMdiArea>
 #include <QMessageBox>
@@ -130,40 +131,84 @@ private slots:
         app.start();
         QVERIFY(app.frame->menuItem("mnuMySoils"));
         QCOMPARE(app.frame->menuItem("mnuMySoils")->text(), QString("My Soils..."));
-        bool looked = false;
-        onNextModal([&looked, &user](QWidget *w) {
-            auto *d = qobject_cast<frmMySoils *>(w);
-            QVERIFY(d);
-            QCOMPARE(d->windowTitle(), QString("My Soils"));
-            auto *list = d->findChild<QTreeWidget *>("lvMySoils");
-            QCOMPARE(list->topLevelItemCount(), 1);
-            QCOMPARE(list->topLevelItem(0)->text(0), TestDatabase::soilName(6));
-            QCOMPARE(list->headerItem()->text(3), QString("Added"));
-            QVERIFY(d->findChild<QLabel *>("lblWhere")->text().contains(user));
-            QStringList captions;
-            for (const char *name : {"cmdAdd", "cmdRemove", "cmdClose"})
-                captions << d->findChild<QPushButton *>(name)->text();
-            QCOMPARE(captions, QStringList({"Add...", "Remove", "Close"}));
-            const QString folder = qEnvironmentVariable("ULVEX_SCREENSHOT_DIR", QDir::temp().filePath("ulvex-screenshots"));
-            QDir().mkpath(folder);
-            QVERIFY(d->grab().save(QDir(folder).filePath("mysoils-list.png")));
-            // Remove, confirmed: the last soil takes the user's database with it.
-            onNextModal([](QWidget *question) {
-                auto *box = qobject_cast<QMessageBox *>(question);
-                QVERIFY(box);
-                QVERIFY(box->text().contains(TestDatabase::soilName(6)));
-                box->button(QMessageBox::Yes)->click();
-            });
-            QTest::mouseClick(d->findChild<QPushButton *>("cmdRemove"), Qt::LeftButton);
-            QCOMPARE(list->topLevelItemCount(), 0);
-            QVERIFY(!d->findChild<QPushButton *>("cmdRemove")->isEnabled());
-            looked = true;
-            QTest::mouseClick(d->findChild<QPushButton *>("cmdClose"), Qt::LeftButton);
-        });
+        // The window that shows the user's soil.
+        chooserRows(app.frame.get(), app.window(2), 5);
         app.frame->menuItem("mnuMySoils")->trigger();
-        QVERIFY(looked);
+        // My Soils does not hold the frame up.
+        QVERIFY(QApplication::activeModalWidget() == nullptr);
+        frmMySoils *d = app.frame->findChild<frmMySoils *>();
+        QVERIFY(d && d->isVisible());
+        QCOMPARE(d->windowTitle(), QString("My Soils"));
+        auto *list = d->findChild<QTreeWidget *>("lvMySoils");
+        QCOMPARE(list->topLevelItemCount(), 1);
+        QCOMPARE(list->topLevelItem(0)->text(0), TestDatabase::soilName(6));
+        QCOMPARE(list->headerItem()->text(3), QString("Added"));
+        QVERIFY(d->findChild<QLabel *>("lblWhere")->text().contains(user));
+        QStringList captions;
+        for (const char *name : {"cmdAdd", "cmdRemove", "cmdClose"})
+            captions << d->findChild<QPushButton *>(name)->text();
+        QCOMPARE(captions, QStringList({"Add...", "Remove", "Close"}));
+        const QString folder = qEnvironmentVariable("ULVEX_SCREENSHOT_DIR", QDir::temp().filePath("ulvex-screenshots"));
+        QDir().mkpath(folder);
+        QVERIFY(d->grab().save(QDir(folder).filePath("mysoils-list.png")));
+        // Remove, confirmed: the last soil takes the user's database with it.
+        QString question;
+        onNextModal([&question](QWidget *w) {
+            auto *box = qobject_cast<QMessageBox *>(w);
+            QVERIFY(box);
+            question = box->text();
+            box->button(QMessageBox::Yes)->click();
+        });
+        QTest::mouseClick(d->findChild<QPushButton *>("cmdRemove"), Qt::LeftButton);
+        QVERIFY2(question.contains(TestDatabase::soilName(6)), qPrintable(question));
+        QVERIFY2(question.contains("Ulvex Simulation 2 shows it"), qPrintable(question));
+        QCOMPARE(list->topLevelItemCount(), 0);
+        QVERIFY(!d->findChild<QPushButton *>("cmdRemove")->isEnabled());
+        QTest::mouseClick(d->findChild<QPushButton *>("cmdClose"), Qt::LeftButton);
+        QVERIFY(!d->isVisible());
         QVERIFY(!QFile::exists(user));
+        // The window that showed it says so at once; the other is untouched.
+        auto *label = app.window(2)->findChild<QLabel *>("lblSoilDes");
+        QCOMPARE(label->text(), "Removed: " + TestDatabase::soilName(6));
+        QCOMPARE(app.window(2)->graph()->EllipseCount(), qint16(0));
+        QCOMPARE(app.window(1)->findChild<QLabel *>("lblSoilDes")->text(), TestDatabase::soilName(1));
         QCOMPARE(chooserRows(app.frame.get(), app.window(1)).size(), 5);
+    }
+
+    void leftoversOfAStoppedBuilderAreRemovedAndNothingElse()
+    {
+        AppFixture app;
+        const QString user = makeUserDatabase();
+        const QDir folder(UserFolders::dataFolder());
+        const QStringList leftovers = {".trickle.db.a1B2c3.part", ".trickle.db.a1B2c3.part-journal"};
+        const QStringList others = {".other.db.a1B2c3.part", "trickle.db.a1B2c3.part", "notes.txt",
+                                    ".trickle.db.a1B2c3.part.keep"};
+        for (const QString &name : leftovers + others)
+            QVERIFY(writeAll(folder.filePath(name), "x"));
+        // A catalogue written a moment ago may belong to a builder about to
+        // start; one from yesterday is left over.
+        QVERIFY(writeAll(folder.filePath("added-soils-Ab12Cd.csv"), "x"));
+        QVERIFY(writeAll(folder.filePath("added-soils-Xy34Zw.csv"), "x"));
+        {
+            QFile old(folder.filePath("added-soils-Xy34Zw.csv"));
+            QVERIFY(old.open(QIODevice::ReadWrite));
+            QVERIFY(old.setFileTime(QDateTime::currentDateTime().addDays(-1), QFileDevice::FileModificationTime));
+        }
+        // While a builder holds the lock nothing is touched.
+        {
+            QLockFile held(user + ".lock");
+            QVERIFY(held.tryLock(0));
+            app.start();
+            QVERIFY(QFile::exists(folder.filePath(leftovers.first())));
+            app.frame.reset();
+            basGlobals::colSimWindows().clear();
+        }
+        app.start();
+        QStringList expected = others + QStringList{"added-soils-Ab12Cd.csv", "trickle.db"};
+        expected.sort();
+        QStringList present = folder.entryList(QDir::Files | QDir::Hidden);
+        present.sort();
+        QCOMPARE(present, expected);
     }
 
     void newerShippedDatabaseIsToldOnce()

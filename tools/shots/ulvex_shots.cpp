@@ -9,9 +9,9 @@
 #include "graph/ColorRef.h"
 #include "settings/basIndProfile.h"
 #include "settings/frmGraphOptions.h"
-#include "mysoils/BuilderProcess.h"
+#include <QEventLoop>
 #include "mysoils/frmAddSoil.h"
-#include "mysoils/frmBuildProgress.h"
+#include "mysoils/SoilComputation.h"
 #include "mysoils/frmMySoils.h"
 #include "base/ProgramFolder.h"
 #include "shell/ResourceImages.h"
@@ -125,51 +125,43 @@ void whenModal(const std::function<bool(QWidget *)> &act, int attempts = 3000)
 // list, and the frame with a graph of the soil next to the loam's.
 bool mySoilRun(const QString &builder, const QString &out)
 {
-    frmMySoils::setBuilderProgram(builder);
     std::unique_ptr<frmMDIMain> frame(basMain::Main());
     if (!frame)
         return false;
+    frame->soilComputation()->setProgram(builder);
     frame->resize(1280, 860);
     frame->TileVertically();
     bool ok = true;
     bool progressShot = false;
-    whenModal([&](QWidget *w) {
-        auto *my = qobject_cast<frmMySoils *>(w);
-        if (!my)
-            return false;
-        whenModal([&](QWidget *a) {
-            auto *add = qobject_cast<frmAddSoil *>(a);
-            if (!add)
-                return false;
-            add->startFrom(3); // Loam
-            add->field(frmAddSoil::Name)->setText(QStringLiteral("North field loam"));
-            add->field(frmAddSoil::Classification)->setText(QStringLiteral("laboratory sample, 0-30 cm"));
-            add->field(frmAddSoil::Ks)->setText(QStringLiteral("75"));
-            add->field(frmAddSoil::ThetaS)->setFocus();
-            ok &= shoot(add, out + QStringLiteral("/mysoils-add.png"));
-            add->findChild<QPushButton *>(QStringLiteral("cmdOK"))->click();
-            return true;
-        });
-        whenModal([&](QWidget *p) {
-            auto *progress = qobject_cast<frmBuildProgress *>(p);
-            if (!progress)
-                return false;
-            QObject::connect(progress->builder(), &BuilderProcess::progress, progress, [&, progress](int done) {
-                if (done >= 4 && !progressShot) {
-                    progressShot = true;
-                    ok &= shoot(progress, out + QStringLiteral("/mysoils-progress.png"));
-                }
-            });
-            return true;
-        });
-        QTimer::singleShot(0, my, [&, my] {
-            my->cmdAdd_Click();
-            ok &= shoot(my, out + QStringLiteral("/mysoils-list.png"));
-            my->accept();
-        });
-        return true;
-    });
     frame->menuItem(QStringLiteral("mnuMySoils"))->trigger();
+    frmMySoils *my = frame->mySoils();
+    my->cmdAdd_Click();
+    frmAddSoil *add = my->addForm();
+    if (!add)
+        return false;
+    add->startFrom(3); // Loam
+    add->field(frmAddSoil::Name)->setText(QStringLiteral("North field loam"));
+    add->field(frmAddSoil::Classification)->setText(QStringLiteral("laboratory sample, 0-30 cm"));
+    add->field(frmAddSoil::Ks)->setText(QStringLiteral("75"));
+    add->field(frmAddSoil::ThetaS)->setFocus();
+    ok &= shoot(add, out + QStringLiteral("/mysoils-add.png"));
+    // The computation runs on while the frame is used: its progress shows in
+    // My Soils and in the frame's status bar.
+    SoilComputation *computation = frame->soilComputation();
+    QObject::connect(computation, &SoilComputation::progress, my, [&](int done) {
+        if (done >= 4 && !progressShot) {
+            progressShot = true;
+            ok &= shoot(my, out + QStringLiteral("/mysoils-progress.png"));
+            ok &= shoot(frame.get(), out + QStringLiteral("/frame-while-computing.png"));
+        }
+    });
+    QEventLoop wait;
+    QObject::connect(computation, &SoilComputation::finished, &wait, &QEventLoop::quit);
+    add->findChild<QPushButton *>(QStringLiteral("cmdOK"))->click();
+    if (computation->isRunning())
+        wait.exec();
+    ok &= shoot(my, out + QStringLiteral("/mysoils-list.png"));
+    my->close();
     ok &= progressShot;
 
     // The new soil in window 2 beside the class average in window 1.
