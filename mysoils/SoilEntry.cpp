@@ -123,8 +123,8 @@ SoilEntry::Range SoilEntry::ksRange(KsUnit unit)
 
 QString SoilEntry::numberText(double value)
 {
-    char buf[64];
-    const auto res = std::to_chars(buf, buf + sizeof buf, value);
+    char buf[400]; // the longest fixed double
+    const auto res = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::fixed);
     return QString::fromLatin1(buf, int(res.ptr - buf));
 }
 

@@ -86,6 +86,7 @@ public:
                             double ksMetresPerSecond, AlphaUnit alphaUnit, KsUnit ksUnit);
 
     // The shortest text of a value that reads back as the same double, "."
-    // as decimal separator.
+    // as decimal separator, written out without an exponent (0.0000029, not
+    // 2.9e-06), as people type the numbers and as the fields take them.
     static QString numberText(double value);
 };

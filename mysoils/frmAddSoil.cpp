@@ -211,8 +211,9 @@ void frmAddSoil::alphaUnitChanged()
     const auto from = SoilEntry::AlphaUnit(cmbAlphaUnit->itemData(m_alphaUnitShown).toInt());
     const auto to = SoilEntry::AlphaUnit(cmbAlphaUnit->currentData().toInt());
     m_alphaUnitShown = cmbAlphaUnit->currentIndex();
-    convertField(field(Alpha), [from, to](double v) { return SoilEntry::converted(v, from, to); });
+    // The range first: the field takes only numbers inside it.
     applyUnitRanges();
+    convertField(field(Alpha), [from, to](double v) { return SoilEntry::converted(v, from, to); });
 }
 
 void frmAddSoil::ksUnitChanged()
@@ -220,8 +221,9 @@ void frmAddSoil::ksUnitChanged()
     const auto from = SoilEntry::KsUnit(cmbKsUnit->itemData(m_ksUnitShown).toInt());
     const auto to = SoilEntry::KsUnit(cmbKsUnit->currentData().toInt());
     m_ksUnitShown = cmbKsUnit->currentIndex();
-    convertField(field(Ks), [from, to](double v) { return SoilEntry::converted(v, from, to); });
+    // The range first: the field takes only numbers inside it.
     applyUnitRanges();
+    convertField(field(Ks), [from, to](double v) { return SoilEntry::converted(v, from, to); });
 }
 
 void frmAddSoil::applyUnitRanges()

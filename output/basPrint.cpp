@@ -73,7 +73,12 @@ void drawGraph(QPainter &painter, const GraphPageLayout &layout, int slot,
     if (picture.isNull()) {
         control.setError(PrintControl::ErrPicture);
     } else {
+        // A line drawing: stored losslessly, never as a JPEG with its smudges
+        // around every line and letter.
+        painter.save();
+        painter.setRenderHint(QPainter::LosslessImageRendering);
         painter.drawImage(target, picture);
+        painter.restore();
     }
     QPen pen(Qt::black);
     pen.setWidthF(0.75);

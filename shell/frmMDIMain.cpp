@@ -91,6 +91,9 @@ void frmMDIMain::buildMenus()
     mnuWindows->setObjectName(QStringLiteral("mnuWindows"));
     QAction *mnuTile = item(mnuWindows, QStringLiteral("mnuTile"), QStringLiteral("Tile"));
     QAction *mnuCascade = item(mnuWindows, QStringLiteral("mnuCascade"), QStringLiteral("Cascade"));
+    // Below the arrangements, the open windows, so that one out of sight can
+    // be reached: filled each time the menu opens.
+    connect(mnuWindows, &QMenu::aboutToShow, this, [this, mnuWindows] { listWindows(mnuWindows); });
 
     QMenu *mnuHelp = menuBar()->addMenu(QStringLiteral("Help"));
     mnuHelp->setObjectName(QStringLiteral("mnuHelp"));
@@ -314,6 +317,44 @@ void frmMDIMain::TileVertically()
         const bool last = i == n - 1 && !scrollsSideways;
         const int w = last ? std::max(room.width() - columnWidth * (n - 1), minimum.width()) : columnWidth;
         subs.at(i)->setGeometry(QRect(i * columnWidth, 0, w, height));
+    }
+}
+
+void frmMDIMain::listWindows(QMenu *menu)
+{
+    for (QAction *a : menu->actions())
+        if (a->property("WindowEntry").toBool()) {
+            menu->removeAction(a);
+            a->deleteLater();
+        }
+    const QList<QMdiSubWindow *> subs = m_mdi->subWindowList(QMdiArea::CreationOrder);
+    if (subs.isEmpty())
+        return;
+    QAction *separator = menu->addSeparator();
+    separator->setProperty("WindowEntry", true);
+    int n = 0;
+    for (QMdiSubWindow *sub : subs) {
+        ++n;
+        const QString caption = sub->widget() ? sub->widget()->windowTitle() : sub->windowTitle();
+        // The first nine get their number as the key, as in every such list.
+        QAction *a = menu->addAction(n <= 9 ? QStringLiteral("&%1 %2").arg(n).arg(caption) : caption);
+        a->setObjectName(QStringLiteral("mnuWindow%1").arg(n));
+        a->setProperty("WindowEntry", true);
+        a->setCheckable(true);
+        a->setChecked(sub == m_mdi->activeSubWindow());
+        connect(a, &QAction::triggered, this, [this, sub = QPointer<QMdiSubWindow>(sub)] {
+            if (!sub)
+                return;
+            if (sub->isMinimized())
+                sub->showNormal();
+            m_mdi->setActiveSubWindow(sub);
+            // A window scrolled out of sight: the area scrolls to its corner.
+            const QRect r = sub->geometry();
+            if (!m_mdi->viewport()->rect().contains(r.topLeft())) {
+                m_mdi->horizontalScrollBar()->setValue(m_mdi->horizontalScrollBar()->value() + r.left());
+                m_mdi->verticalScrollBar()->setValue(m_mdi->verticalScrollBar()->value() + r.top());
+            }
+        });
     }
 }
 

@@ -99,6 +99,8 @@ private:
     void buildCoolBar();
     void updateEnabledStates(int openWindows);
     void setBand2MinimumHeight();
+    // The Windows menu's list of the open windows, the active one checked.
+    void listWindows(QMenu *menu);
     void unloadAll();
     // Asked before the program closes while a soil is computed: true when
     // the user agrees to stop the computation (which is then stopped).

@@ -189,8 +189,13 @@ private slots:
         retype(alpha, "5");
         QTest::keyClick(alpha, Qt::Key_Tab);
         QCOMPARE(QApplication::focusWidget(), alpha); // 5 1/cm is beyond 1 1/cm
+        // The number follows the unit: still the same, too large, alpha.
         unit->setCurrentText("1/m");
+        QCOMPARE(alpha->text(), QString("500"));
         QVERIFY(alpha->toolTip().contains("100 1/m"));
+        QTest::keyClick(alpha, Qt::Key_Tab);
+        QCOMPARE(QApplication::focusWidget(), alpha);
+        retype(alpha, "5");
         QTest::keyClick(alpha, Qt::Key_Tab);
         QVERIFY(QApplication::focusWidget() != alpha);
         d.cmdOK_Click();
@@ -206,6 +211,35 @@ private slots:
         e.cmdOK_Click();
         QCOMPARE(e.result(), int(QDialog::Accepted));
         QVERIFY(qAbs(e.entry().ksSi() - 2.9e-6) < 1e-18);
+    }
+
+    // Changing a unit converts the number shown, so the soil stays the same
+    // soil, through every unit and back.
+    void changingAUnitKeepsTheSameSoil()
+    {
+        frmAddSoil d(classAverages(), {});
+        QVERIFY(showActive(d));
+        d.startFrom(1); // Loam: alpha 0.036 1/cm, Ks 24.96 cm/day
+        const SoilEntry before = d.entry();
+        auto *alphaUnit = d.findChild<QComboBox *>("cmbAlphaUnit");
+        auto *ksUnit = d.findChild<QComboBox *>("cmbKsUnit");
+        alphaUnit->setCurrentText("1/m");
+        QCOMPARE(d.field(frmAddSoil::Alpha)->text(), QString("3.6"));
+        const QStringList ksShown = {"m/day", "cm/h", "m/s", "cm/day"};
+        const QStringList ksExpected = {"0.2496", "1.04", "0.00000288888888889", "24.96"};
+        for (int i = 0; i < ksShown.size(); ++i) {
+            ksUnit->setCurrentText(ksShown.at(i));
+            QCOMPARE(d.field(frmAddSoil::Ks)->text(), ksExpected.at(i));
+            QVERIFY(qAbs(d.entry().ksSi() / before.ksSi() - 1) < 1e-11);
+            QVERIFY(d.field(frmAddSoil::Ks)->toolTip().contains(ksShown.at(i)));
+        }
+        alphaUnit->setCurrentText("1/cm");
+        QCOMPARE(d.field(frmAddSoil::Alpha)->text(), QString("0.036"));
+        QCOMPARE(d.entry().alphaSi(), before.alphaSi());
+        // A field that holds no number is left for the user to mend.
+        d.field(frmAddSoil::Alpha)->clear();
+        alphaUnit->setCurrentText("1/m");
+        QCOMPARE(d.field(frmAddSoil::Alpha)->text(), QString());
     }
 
     void screenshot()

@@ -146,6 +146,18 @@ class TestPrinting : public QObject
         }
         const int pages = GraphPageLayout::pageCount(int(windows.size()));
         QCOMPARE(pageCount(pdfFile), pages);
+        // Every graph reaches the page as a lossless picture (the logo, a
+        // photograph, may stay a JPEG): one per window, none smudged.
+        const QStringList images = run("pdfimages", {"-list", pdfFile}).split('\n', Qt::SkipEmptyParts).mid(2);
+        int lossless = 0, jpeg = 0;
+        for (const QString &line : images) {
+            const QStringList cells = line.simplified().split(' ');
+            QVERIFY2(cells.size() > 8, qPrintable(line));
+            (cells.at(8) == "jpeg" ? jpeg : lossless) += 1;
+            QVERIFY2(cells.at(8) == "jpeg" || cells.at(8) == "image", qPrintable(line));
+        }
+        QCOMPARE(lossless, int(windows.size()));
+        QCOMPARE(jpeg, withLogo ? pages : 0);
         const QString info = run("pdfinfo", {pdfFile});
         QVERIFY2(info.contains("Title:") && info.contains("Ulvex Graphical Output"), qPrintable(info));
         const QSizeF paperPoints = QPageSize(paper).size(QPageSize::Point);

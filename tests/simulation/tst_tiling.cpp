@@ -9,6 +9,7 @@
 #include "shell/SimSubWindow.h"
 
 #include <QMdiArea>
+#include <QMenu>
 #include <QScrollBar>
 #include <QtTest>
 
@@ -132,6 +133,51 @@ private slots:
         QVERIFY(area->horizontalScrollBar()->isVisible());
         QVERIFY(area->horizontalScrollBar()->maximum() > 0);
         QCOMPARE(subs.first()->width(), subs.first()->minimumWidth());
+    }
+
+    // The Windows menu lists the open windows below Tile and Cascade, the
+    // active one checked; choosing one scrolled out of sight brings it into
+    // view and makes it active.
+    void theWindowsMenuListsAndReachesEveryWindow()
+    {
+        AppFixture app;
+        QVERIFY(app.startWithWindows(4));
+        app.frame->menuItem("mnuTile")->trigger();
+        QCoreApplication::processEvents();
+        QMdiArea *area = app.frame->mdiArea();
+        QMenu *menu = app.frame->findChild<QMenu *>("mnuWindows");
+        QVERIFY(menu);
+        area->setActiveSubWindow(AppFixture::sub(app.window(2)));
+        // What the user sees when the menu opens.
+        menu->popup(QPoint(0, 0));
+        QCoreApplication::processEvents();
+        QStringList texts;
+        QList<bool> checked;
+        for (QAction *a : menu->actions()) {
+            texts << (a->isSeparator() ? QString("-") : a->text());
+            checked << a->isChecked();
+        }
+        QCOMPARE(texts, QStringList({"Tile", "Cascade", "-", "&1 Ulvex Simulation 1", "&2 Ulvex Simulation 2",
+                                     "&3 Ulvex Simulation 3", "&4 Ulvex Simulation 4"}));
+        QCOMPARE(checked, QList<bool>({false, false, false, false, true, false, false}));
+        // The fourth lies beyond the right edge of the area.
+        QMdiSubWindow *fourth = AppFixture::sub(app.window(4));
+        QVERIFY(!area->viewport()->rect().contains(fourth->geometry()));
+        menu->findChild<QAction *>("mnuWindow4")->trigger();
+        menu->close();
+        QCoreApplication::processEvents();
+        QCOMPARE(area->activeSubWindow(), fourth);
+        QVERIFY(area->viewport()->rect().contains(fourth->geometry().topLeft()));
+        // Closed windows leave the list; opening again lists them afresh.
+        fourth->close();
+        QCoreApplication::processEvents();
+        menu->popup(QPoint(0, 0));
+        QCoreApplication::processEvents();
+        int listed = 0;
+        for (QAction *a : menu->actions())
+            listed += a->objectName().startsWith("mnuWindow") ? 1 : 0;
+        menu->close();
+        QCOMPARE(listed, 3);
     }
 
     void noPathMakesTheOuterWindowSmaller()
