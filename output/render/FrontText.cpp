@@ -35,7 +35,7 @@ QString number(const QVariant &v)
 
 } // namespace
 
-QString FrontText::text(const QString &path, const Selection &sel)
+QString FrontText::text(const QString &path, const Selection &sel, Found *found)
 {
     static QAtomicInteger<quint64> counter;
     const QString connection = QStringLiteral("ulvex-fronttext-%1").arg(++counter);
@@ -47,7 +47,12 @@ QString FrontText::text(const QString &path, const Selection &sel)
         db.setConnectOptions(QStringLiteral("QSQLITE_OPEN_READONLY"));
         const auto query = [&db, &failure](const QString &sql, const QVariantList &values) {
             QSqlQuery q(db);
-            q.prepare(sql);
+            // A missing table is told by the preparation, in its own words.
+            if (!q.prepare(sql)) {
+                if (failure.isEmpty())
+                    failure = q.lastError().text();
+                return q;
+            }
             for (const QVariant &v : values)
                 q.addBindValue(v);
             if (!q.exec() && failure.isEmpty())
@@ -91,7 +96,13 @@ QString FrontText::text(const QString &path, const Selection &sel)
                                               : QStringLiteral("Select Time, r, z from [%1] Where SoilType = ? "
                                                                "And FlowRate = ? And Time <= ? Order by Time").arg(table),
                                    {sel.soil, sel.flow, sel.hours});
+            if (found)
+                found->selection = QStringLiteral("%1, %2 L/h, %3, %4 emitter")
+                                       .arg(soilName, flowText, waterOf(sel.initialHead).word,
+                                            sel.buried ? QStringLiteral("buried") : QStringLiteral("surface"));
             while (rows.next()) {
+                if (found)
+                    ++found->rows;
                 QStringList line{rows.value(0).toString(), number(rows.value(1)), number(rows.value(2))};
                 if (sel.buried)
                     line << number(rows.value(3));

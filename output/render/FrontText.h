@@ -27,7 +27,15 @@ public:
         bool buried = false;
     };
 
+    // What the text holds: the number of hours with a front, and the
+    // selection in words ("Loam, 2 L/h, dry, surface emitter").
+    struct Found
+    {
+        int rows = 0;
+        QString selection;
+    };
+
     // Reads the rows from the database at `path` (read-only). Throws UlvexError
     // (naming the file) when it cannot be read.
-    static QString text(const QString &path, const Selection &selection);
+    static QString text(const QString &path, const Selection &selection, Found *found = nullptr);
 };

@@ -3,6 +3,7 @@
 #include "data/clsBusinessLayer.h"
 #include "data/clsRecordset.h"
 #include "graph/GraphEllipse.h"
+#include "base/WholeFile.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -65,6 +66,28 @@ int RenderWindow::timeCount() const
     return cmbTime->count();
 }
 
+namespace {
+
+QStringList itemTexts(const QComboBox *box)
+{
+    QStringList texts;
+    for (int i = 0; i < box->count(); ++i)
+        texts << box->itemText(i);
+    return texts;
+}
+
+} // namespace
+
+QStringList RenderWindow::flowTexts() const
+{
+    return itemTexts(cmbFlow);
+}
+
+QStringList RenderWindow::timeTexts() const
+{
+    return itemTexts(cmbTime);
+}
+
 std::optional<QString> RenderWindow::soilName(int soilNumber) const
 {
     const auto soils = m_business->dataLayer().Datasets().value(QStringLiteral("Soil"));
@@ -118,8 +141,10 @@ QString RenderWindow::save(const QString &fileName, const QSize &size) const
     const QString suffix = QFileInfo(fileName).suffix().toLower();
     if (suffix == QLatin1String("png")) {
         QSaveFile file(fileName);
-        if (!file.open(QIODevice::WriteOnly) || !GraphEllipse1->Image().save(&file, "PNG") || !file.commit())
-            return QStringLiteral("cannot write %1").arg(fileName);
+        QString why;
+        if (!file.open(QIODevice::WriteOnly) || !GraphEllipse1->Image().save(&file, "PNG")
+            || !WholeFile::commit(file, &why))
+            return QStringLiteral("cannot write %1%2").arg(fileName, why.isEmpty() ? QString() : ": " + why);
         return QString();
     }
     if (suffix == QLatin1String("svg")) {
@@ -134,8 +159,9 @@ QString RenderWindow::save(const QString &fileName, const QSize &size) const
         const QString result = GraphEllipse1->DrawGraphOn(&svg, size);
         if (!result.isEmpty())
             return result;
-        if (!file.commit())
-            return QStringLiteral("cannot write %1").arg(fileName);
+        QString why;
+        if (!WholeFile::commit(file, &why))
+            return QStringLiteral("cannot write %1: %2").arg(fileName, why);
         return QString();
     }
     if (suffix == QLatin1String("pdf")) {
@@ -152,8 +178,9 @@ QString RenderWindow::save(const QString &fileName, const QSize &size) const
             if (!result.isEmpty())
                 return result;
         }
-        if (!file.commit())
-            return QStringLiteral("cannot write %1").arg(fileName);
+        QString why;
+        if (!WholeFile::commit(file, &why))
+            return QStringLiteral("cannot write %1: %2").arg(fileName, why);
         return QString();
     }
     return QStringLiteral("unknown output format \"%1\" (use .png, .svg or .pdf)").arg(suffix);

@@ -40,6 +40,9 @@ public:
     void loadChoices();
     int flowCount() const;
     int timeCount() const;
+    // The flow rates (L/h) and times (h) of the lists, as the database gives them.
+    QStringList flowTexts() const;
+    QStringList timeTexts() const;
     bool hasSoil(int soilNumber) const;
 
     // Applies a selection (it must be within the counts above).

@@ -1,8 +1,12 @@
+#include "tests/common/FullDisk.h"
 #include "tests/common/TestDatabase.h"
+#include "tests/common/TestFiles.h"
 
 #include <QFile>
 #include <QImage>
 #include <QProcess>
+#include <QSqlDatabase>
+#include <QSqlQuery>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -77,7 +81,8 @@ private slots:
     void textGivesTheFrontsAndTheWetSpotHourByHour()
     {
         QProcess p;
-        p.start(ULVEX_RENDER_EXE, {"--database", db, "--soil", "3", "--flow", "2", "--time", "4", "--water", "wet",
+        // 1 L/h, the second flow rate of the list, up to 4 hours.
+        p.start(ULVEX_RENDER_EXE, {"--database", db, "--soil", "3", "--flow", "1", "--time", "4", "--water", "wet",
                                    "--text"});
         QVERIFY(p.waitForFinished(60000));
         QCOMPARE(p.exitCode(), 0);
@@ -97,7 +102,7 @@ private slots:
 
         // Buried: r, zplus and zminus, to a file.
         const QString file = dir.filePath("fronts.csv");
-        QCOMPARE(render({"-d", db, "-s", "2", "-f", "1", "-t", "2", "-w", "dry", "-e", "buried", "--text",
+        QCOMPARE(render({"-d", db, "-s", "2", "-f", "0.5", "-t", "2", "-w", "dry", "-e", "buried", "--text",
                          "-o", file}).status, 0);
         const QStringList buried = QString::fromUtf8(bytes(file)).split('\n', Qt::SkipEmptyParts);
         QCOMPARE(buried.size(), 4);
@@ -145,7 +150,12 @@ private slots:
         QTest::newRow("unknown option") << QStringList({"--colour", "red", "-o", "x.png"});
         QTest::newRow("soil not in database") << QStringList({"--soil", "9", "-o", "x.png"});
         QTest::newRow("flow not in database") << QStringList({"--flow", "5", "-o", "x.png"});
+        QTest::newRow("flow no number") << QStringList({"--flow", "two", "-o", "x.png"});
+        QTest::newRow("flow position beyond") << QStringList({"--flow-no", "6", "-o", "x.png"});
+        QTest::newRow("flow twice") << QStringList({"--flow", "2", "--flow-no", "3", "-o", "x.png"});
         QTest::newRow("time not in database") << QStringList({"--time", "25", "-o", "x.png"});
+        QTest::newRow("time position zero") << QStringList({"--time-no", "0", "-o", "x.png"});
+        QTest::newRow("time twice") << QStringList({"--time", "2", "--time-no", "2", "-o", "x.png"});
     }
     void badOptionsExitTwoWithOneLine()
     {
@@ -155,6 +165,144 @@ private slots:
         QCOMPARE(r.err.count('\n'), 1);
         QVERIFY(r.err.startsWith("ulvex-render: "));
         QVERIFY(!QFile::exists("x.png"));
+    }
+
+    // Users type what they see: litres per hour and hours, matched against
+    // the database's lists; the positions under --flow-no and --time-no.
+    void flowAndTimeAreLitresPerHourAndHours()
+    {
+        const auto fronts = [this](const QStringList &selection) {
+            QProcess p;
+            p.start(ULVEX_RENDER_EXE, QStringList({"--database", db, "--soil", "4", "--text"}) + selection);
+            p.waitForFinished(60000);
+            return QString::fromUtf8(p.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
+        };
+        // 2 L/h is the third flow rate of the list.
+        const QStringList byValue = fronts({"--flow", "2", "--time", "5"});
+        QCOMPARE(byValue.size(), 7);
+        QVERIFY2(byValue.at(0).contains(", 2 L/h, dry"), qPrintable(byValue.at(0)));
+        QCOMPARE(byValue.last().split(',').at(1).toDouble(), TestDatabase::frontValue("SurfaceData-c", "r", 4, 3, 5));
+        QCOMPARE(fronts({"--flow", "2.0", "--time", "5"}), byValue);
+        QCOMPARE(fronts({"--flow-no", "3", "--time-no", "5"}), byValue);
+        QCOMPARE(fronts({"--flow", "0.5"}).size(), 2 + 24); // the default time: 24 hours
+        QVERIFY(fronts({"--flow", "0.5"}).at(0).contains(", 0.5 L/h,"));
+
+        // A value the database does not hold names the ones it does.
+        Run r = render({"--database", db, "--flow", "3", "--text"});
+        QCOMPARE(r.status, 2);
+        QCOMPARE(r.err, QString("ulvex-render: --flow 3 L/h is not in the database; it holds 0.5, 1, 2, 4 L/h\n"));
+        r = render({"--database", db, "--time", "30", "--text"});
+        QCOMPARE(r.status, 2);
+        QVERIFY2(r.err.contains("--time 30 h is not in the database; it holds 1, 2, 3,"), qPrintable(r.err));
+    }
+
+    void helpSaysWhichDatabaseIsRead()
+    {
+        QProcess p;
+        p.start(ULVEX_RENDER_EXE, {"--help"});
+        QVERIFY(p.waitForFinished(60000));
+        const QString help = QString::fromUtf8(p.readAllStandardOutput()).simplified();
+        QVERIFY2(help.contains("the user's own database"), qPrintable(help));
+        QVERIFY2(help.contains("else trickle.db in the program folder"), qPrintable(help));
+        QVERIFY2(help.contains("--flow-no") && help.contains("litres per hour"), qPrintable(help));
+    }
+
+    // A soil that is in the database but has no fronts for the selection (a
+    // database built for some cases only): the same message for text and
+    // pictures, nothing written.
+    void aSelectionWithoutFrontsExitsTwoNamingIt()
+    {
+        QTemporaryDir other;
+        const QString path = TestDatabase::create(other.path());
+        {
+            QSqlDatabase sql = QSqlDatabase::addDatabase("QSQLITE", "cut");
+            sql.setDatabaseName(path);
+            QVERIFY(sql.open());
+            QVERIFY(QSqlQuery(sql).exec("DELETE FROM [BuriedData-c6] WHERE SoilType = 2"));
+        }
+        QSqlDatabase::removeDatabase("cut");
+        const QString expected = "ulvex-render: no fronts for " + TestDatabase::soilName(2)
+                                 + ", 4 L/h, moist, buried emitter in " + path + "\n";
+        const QStringList selection = {"-d", path, "-s", "2", "-f", "4", "-w", "moist", "-e", "buried"};
+        Run r = render(selection + QStringList({"--text"}));
+        QCOMPARE(r.status, 2);
+        QCOMPARE(r.err, expected);
+        const QString out = other.filePath("none.png");
+        r = render(selection + QStringList({"-o", out}));
+        QCOMPARE(r.status, 2);
+        QCOMPARE(r.err, expected);
+        QVERIFY(!QFile::exists(out));
+        // The other water contents of the soil are there.
+        QCOMPARE(render({"-d", path, "-s", "2", "-f", "4", "-w", "wet", "-e", "buried", "--text"}).status, 0);
+    }
+
+    // Fronts of no width under an automatic scale cannot be drawn (the graph
+    // divides by their size): said in the drawing's own words.
+    void aDrawingFailureIsToldAsSuch()
+    {
+        QTemporaryDir folder;
+        const QString path = TestDatabase::create(folder.path());
+        {
+            QSqlDatabase sql = QSqlDatabase::addDatabase("QSQLITE", "flat");
+            sql.setDatabaseName(path);
+            QVERIFY(sql.open());
+            QVERIFY(QSqlQuery(sql).exec("UPDATE [BuriedData-c] SET r = 0 WHERE SoilType = 1"));
+        }
+        QSqlDatabase::removeDatabase("flat");
+        const QString program = folder.filePath("ulvex-render");
+        QVERIFY(QFile::copy(ULVEX_RENDER_EXE, program));
+        const QString out = folder.filePath("flat.png");
+        const Run r = render({"-d", path, "-e", "buried", "-o", out}, program);
+        QCOMPARE(r.status, 6);
+        QCOMPARE(r.err.count('\n'), 1);
+        QVERIFY2(r.err.startsWith("ulvex-render: the graph cannot be drawn: "), qPrintable(r.err));
+        QVERIFY2(r.err.contains("Division by zero"), qPrintable(r.err));
+        QVERIFY2(!r.err.contains("no fronts"), qPrintable(r.err));
+        QVERIFY(!QFile::exists(out));
+    }
+
+    // The text on a full disk: exit 4 and the file as it was, never empty or cut.
+    void textOnAFullDiskExitsFourAndKeepsTheFile_data() { FullDisk::addRows(); }
+    void textOnAFullDiskExitsFourAndKeepsTheFile()
+    {
+        QFETCH(int, kind);
+        QTemporaryDir folder;
+        const QString database = db;
+        const QByteArray old = "earlier fronts\n";
+        FullDisk::verify(
+            FullDisk::Kind(kind), folder.path(),
+            [old](const QString &where) {
+                return writeAll(where + "/fronts.csv", old) ? QString() : QString("cannot prepare");
+            },
+            [database, old](const QString &where) {
+                const QString file = where + "/fronts.csv";
+                Run r = render({"-d", database, "--text", "-o", file});
+                if (r.status != 4)
+                    return QString("exit %1 (%2) writing over a file").arg(r.status).arg(r.err);
+                if (!r.err.startsWith("ulvex-render: cannot write " + file))
+                    return QString("message: %1").arg(r.err);
+                if (const QString kept = FullDisk::keptBytes(file, old, "a failed write"); !kept.isEmpty())
+                    return kept;
+                const QString fresh = where + "/new.csv";
+                r = render({"-d", database, "--text", "-o", fresh});
+                if (r.status != 4 || QFile::exists(fresh))
+                    return QString("exit %1, a new file %2").arg(r.status).arg(QFile::exists(fresh) ? "left" : "not left");
+                if (FullDisk::files(where) != QStringList{"fronts.csv"})
+                    return QString("left over: %1").arg(FullDisk::files(where).join(", "));
+                return QString();
+            },
+            16);
+    }
+
+    void textToAFullDeviceExitsFour()
+    {
+        QProcess p;
+        p.setStandardOutputFile("/dev/full");
+        p.start(ULVEX_RENDER_EXE, {"--database", db, "--text"});
+        QVERIFY(p.waitForFinished(60000));
+        QCOMPARE(p.exitCode(), 4);
+        QCOMPARE(QString::fromLocal8Bit(p.readAllStandardError()),
+                 QString("ulvex-render: cannot write to standard output\n"));
     }
 
     void unreadableDatabaseExitsThree()
@@ -223,7 +371,7 @@ private slots:
         const QString path = TestDatabase::create(other.path(), options);
         const Run r = render({"-d", path, "-e", "buried", "-w", "wet", "-o", other.filePath("c.png")});
         QCOMPARE(r.status, 3);
-        QVERIFY(r.err.contains("BuriedData-c3"));
+        QVERIFY2(r.err.contains("BuriedData-c3"), qPrintable(r.err));
     }
 };
 
