@@ -3,12 +3,16 @@ BUILD ?= build
 JOBS  ?= $(shell nproc)
 CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=RelWithDebInfo
 
-.PHONY: all deps configure build run test bench clean
+.PHONY: all deps test-deps configure build run test bench clean
 
 all: build
 
+# What building and running need; the tests add their own (servers among them).
 deps:
 	@bash tools/install-deps.sh
+
+test-deps:
+	@bash tools/install-deps.sh --tests
 
 $(BUILD)/build.ninja: | deps
 	cmake -S . -B $(BUILD) -G Ninja $(CMAKE_FLAGS)
@@ -21,7 +25,7 @@ build: configure
 run: build
 	./$(BUILD)/bin/ulvex
 
-test: build
+test: test-deps build
 	cd $(BUILD) && QT_QPA_PLATFORM=offscreen ctest --output-on-failure -j $(JOBS)
 
 bench: build
