@@ -29,28 +29,31 @@ const Reason Reasons[] = {
     {"solver failed", "the computation could not find a solution"},
 };
 
-// Where a value lies in its range, 0 at either end and 0.5 in the middle;
-// across orders of magnitude for alpha and Ks, which span several.
-double depth(double value, const SoilEntry::Range &r, bool logarithmic)
+// How a value is spread over its range: alpha and Ks across orders of
+// magnitude, n by how far it lies above 1 (its lower bound, where the soil
+// stops draining at all), also across orders of magnitude.
+enum class Scale { Logarithmic, LogAboveOne };
+
+double scaled(double v, Scale scale)
 {
-    double lo = r.low, hi = r.high, v = value;
-    if (logarithmic) {
-        if (lo <= 0 || v <= 0)
-            return 0;
-        lo = std::log10(lo);
-        hi = std::log10(hi);
-        v = std::log10(v);
-    }
+    const double x = scale == Scale::LogAboveOne ? v - 1.0 : v;
+    return x > 0 ? std::log10(x) : -1e9;
+}
+
+// Where a value lies in its range, 0 at either end and 0.5 in the middle.
+double depth(double value, const SoilEntry::Range &r, Scale scale)
+{
+    const double lo = scaled(r.low, scale), hi = scaled(r.high, scale), v = scaled(value, scale);
     if (!(hi > lo))
         return 0.5;
     const double t = (v - lo) / (hi - lo);
     return std::clamp(std::min(t, 1.0 - t), 0.0, 0.5);
 }
 
-QString endWord(double value, const SoilEntry::Range &r, bool logarithmic)
+QString endWord(double value, const SoilEntry::Range &r, Scale scale)
 {
-    const double mid = logarithmic ? std::sqrt(r.low * r.high) : (r.low + r.high) / 2;
-    return value < mid ? QStringLiteral("low") : QStringLiteral("high");
+    return 2 * scaled(value, scale) < scaled(r.low, scale) + scaled(r.high, scale) ? QStringLiteral("low")
+                                                                                   : QStringLiteral("high");
 }
 
 } // namespace
@@ -116,26 +119,32 @@ QString SoilAdvice::caseInWords(const QString &builderMessage)
 
 QString SoilAdvice::mostUnusualValue(const SoilEntry &soil)
 {
+    // The water a soil can take up, theta_s - theta_r: a soil that holds
+    // almost none wets no visible bulb.
+    const double room = soil.thetaS - soil.thetaR;
+    if (room < 2 * SoilEntry::leastWaterRange())
+        return QStringLiteral("theta_s - theta_r (%1) leaves the soil almost no water to take up; at least %2 "
+                              "is accepted")
+            .arg(SoilEntry::numberText(room), SoilEntry::numberText(SoilEntry::leastWaterRange()));
     struct Candidate
     {
         QString name;
         double value;
         SoilEntry::Range range;
         QString unit;
-        bool logarithmic;
+        Scale scale;
     };
     const Candidate candidates[] = {
-        {QStringLiteral("theta_r"), soil.thetaR, SoilEntry::thetaRRange(), QStringLiteral("m3/m3"), false},
-        {QStringLiteral("theta_s"), soil.thetaS, SoilEntry::thetaSRange(), QStringLiteral("m3/m3"), false},
         {QStringLiteral("alpha"), soil.alpha, SoilEntry::alphaRange(soil.alphaUnit),
-         SoilEntry::unitText(soil.alphaUnit), true},
-        {QStringLiteral("n"), soil.n, SoilEntry::nRange(), QString(), false},
-        {QStringLiteral("Ks"), soil.ks, SoilEntry::ksRange(soil.ksUnit), SoilEntry::unitText(soil.ksUnit), true},
+         SoilEntry::unitText(soil.alphaUnit), Scale::Logarithmic},
+        {QStringLiteral("n"), soil.n, SoilEntry::nRange(), QString(), Scale::LogAboveOne},
+        {QStringLiteral("Ks"), soil.ks, SoilEntry::ksRange(soil.ksUnit), SoilEntry::unitText(soil.ksUnit),
+         Scale::Logarithmic},
     };
     const Candidate *nearest = nullptr;
     double least = 0.1; // only a value in the outer tenth of its range is named
     for (const Candidate &c : candidates) {
-        const double d = depth(c.value, c.range, c.logarithmic);
+        const double d = depth(c.value, c.range, c.scale);
         if (d < least) {
             least = d;
             nearest = &c;
@@ -146,6 +155,6 @@ QString SoilAdvice::mostUnusualValue(const SoilEntry &soil)
     const QString unit = nearest->unit.isEmpty() ? QString() : QLatin1Char(' ') + nearest->unit;
     return QStringLiteral("%1 (%2%3) is at the %4 end of the accepted range, from %5 to %6%3")
         .arg(nearest->name, SoilEntry::numberText(nearest->value), unit,
-             endWord(nearest->value, nearest->range, nearest->logarithmic),
+             endWord(nearest->value, nearest->range, nearest->scale),
              SoilEntry::numberText(nearest->range.low), SoilEntry::numberText(nearest->range.high));
 }

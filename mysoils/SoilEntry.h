@@ -56,6 +56,8 @@ public:
     // slips that would make the computation meaningless.
     static Range thetaRRange() { return {0.0, 0.69}; }
     static Range thetaSRange() { return {0.01, 0.7}; }
+    // The least water a soil may take up, theta_s - theta_r.
+    static double leastWaterRange() { return 0.01; }
     static Range nRange() { return {1.01, 10.0}; }
     static Range clayRange() { return {0.0, 100.0}; }
     static Range alphaRange(AlphaUnit unit); // 0.01 to 100 1/m

@@ -1,0 +1,103 @@
+// The builder's failures in the words of the person who asked: what went
+// wrong, the value most likely at fault, what to try; never the builder's
+// error numbers.
+#include "mysoils/SoilAdvice.h"
+
+#include <QtTest>
+
+namespace {
+
+// A loam, well inside every range.
+SoilEntry loam()
+{
+    SoilEntry s;
+    s.name = "Field Loam";
+    s.texture = "medium";
+    s.thetaR = 0.078;
+    s.thetaS = 0.43;
+    s.alpha = 3.6;
+    s.alphaUnit = SoilEntry::AlphaUnit::PerMetre;
+    s.n = 1.56;
+    s.ks = 24.96;
+    s.ksUnit = SoilEntry::KsUnit::CentimetrePerDay;
+    return s;
+}
+
+const QString CaseLine = "trickle-build: error 3005: case soil 13 (Field Loam), 8 L/h, -3 m, surface: %1; "
+                         "no database written";
+
+} // namespace
+
+class TestSoilAdvice : public QObject
+{
+    Q_OBJECT
+private slots:
+    void reasonsInWords_data()
+    {
+        QTest::addColumn<QString>("reason");
+        QTest::addColumn<QString>("words");
+        QTest::newRow("balance") << "the mass balance error 29.8 % exceeds 0.1 %" << "lost track of the water";
+        QTest::newRow("recedes") << "the front recedes from hour 3 to hour 4" << "shrank while the emitter";
+        QTest::newRow("no front") << "no front at hour 1" << "no wetted zone";
+        QTest::newRow("time") << "stopped at the time limit of 600 s" << "took longer than Ulvex allows";
+        QTest::newRow("memory") << "stopped at the memory limit" << "more memory than Ulvex allows";
+        QTest::newRow("edge") << "a front reached the boundary of the solution domain" << "beyond the largest block";
+        QTest::newRow("other") << "something else entirely" << "the computation failed";
+    }
+    void reasonsInWords()
+    {
+        QFETCH(QString, reason);
+        QFETCH(QString, words);
+        const QString text = SoilAdvice::explain(CaseLine.arg(reason), loam());
+        QVERIFY2(text.startsWith("Ulvex could not compute the soil \"Field Loam\": for 8 L/h from a surface "
+                                 "emitter in wet soil, "),
+                 qPrintable(text));
+        QVERIFY2(text.contains(words), qPrintable(text));
+        QVERIFY2(!text.contains("3005") && !text.contains("trickle-build"), qPrintable(text));
+        QVERIFY2(text.contains("your soils are as they were"), qPrintable(text));
+        // Nothing unusual about a loam: no value is blamed.
+        QVERIFY2(!text.contains("likely cause"), qPrintable(text));
+    }
+
+    void theValueNearestALimitIsNamed_data()
+    {
+        QTest::addColumn<QString>("field");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("alpha low") << "alpha" << "alpha (%1 1/m) is at the low end";
+        QTest::newRow("n high") << "n" << "n (%1) is at the high end";
+        QTest::newRow("Ks high") << "Ks" << "Ks (%1 cm/day) is at the high end";
+    }
+    void theValueNearestALimitIsNamed()
+    {
+        QFETCH(QString, field);
+        QFETCH(QString, expected);
+        SoilEntry s = loam();
+        double value = 0;
+        if (field == "alpha")
+            value = s.alpha = SoilEntry::alphaRange(s.alphaUnit).low * 1.05;
+        else if (field == "n")
+            value = s.n = SoilEntry::nRange().high * 0.99;
+        else
+            value = s.ks = SoilEntry::ksRange(s.ksUnit).high * 0.95;
+        const QString named = SoilAdvice::mostUnusualValue(s);
+        QVERIFY2(named.startsWith(expected.arg(SoilEntry::numberText(value))), qPrintable(named));
+        const QString text = SoilAdvice::explain(CaseLine.arg("the mass balance error 1 % exceeds 0.1 %"), s);
+        QVERIFY2(text.contains("The likely cause: " + named), qPrintable(text));
+    }
+
+    void otherFailuresAreToldPlainly()
+    {
+        const QString full = SoilAdvice::explain(
+            "trickle-build: error 3006: cannot write /home/u/.local/share/ulvex/trickle.db: No space left", loam());
+        QVERIFY2(full.contains("could not write your database") && full.contains("disk is not full"),
+                 qPrintable(full));
+        const QString missing = SoilAdvice::explain(
+            "The database builder /opt/ulvex/trickle-build cannot be started: No such file", loam());
+        QVERIFY2(missing.contains("could not start its database builder"), qPrintable(missing));
+        const QString recompute = SoilAdvice::explain("The database builder x stopped unexpectedly", std::nullopt);
+        QVERIFY2(recompute.startsWith("Ulvex could not compute your soils."), qPrintable(recompute));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestSoilAdvice)
+#include "tst_soiladvice.moc"
