@@ -75,7 +75,7 @@ void ComputationProgress::showProgress(int done, int total, const QString &left)
 
 void ComputationProgress::tick()
 {
-    QString text = QStringLiteral("%1: %2, %3").arg(m_computation->job().title, m_cases,
+    QString text = QStringLiteral("%1: %2, %3 so far").arg(m_computation->job().title, m_cases,
                                                    minutesAndSeconds(m_clock.elapsed()));
     if (!m_left.isEmpty())
         text += QStringLiteral(", about %1 left").arg(m_left);

@@ -491,6 +491,12 @@ private slots:
         QVERIFY2(refusal.contains("Computing Slow Soil"), qPrintable(refusal));
         QVERIFY(!app.frame->mySoils()->addForm());
 
+        // Exit asks too (Yes would end the test's process, as it ends Ulvex).
+        QString exitAsked;
+        answerNextBox(QMessageBox::No, nullptr, nullptr, &exitAsked);
+        app.frame->button("exit")->trigger();
+        QCOMPARE(exitAsked, QString("StopComputationQuestion"));
+        QVERIFY(processAlive(pidFile));
         // Closing asks: No keeps everything as it is.
         QString asked;
         answerNextBox(QMessageBox::No, nullptr, nullptr, &asked);
