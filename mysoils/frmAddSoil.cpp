@@ -206,24 +206,24 @@ template <typename Convert> void convertField(QLineEdit *field, Convert convert)
 
 } // namespace
 
-void frmAddSoil::alphaUnitChanged()
+template <typename Unit> void frmAddSoil::unitChanged(QComboBox *units, int &shown, Field f)
 {
-    const auto from = SoilEntry::AlphaUnit(cmbAlphaUnit->itemData(m_alphaUnitShown).toInt());
-    const auto to = SoilEntry::AlphaUnit(cmbAlphaUnit->currentData().toInt());
-    m_alphaUnitShown = cmbAlphaUnit->currentIndex();
+    const auto from = Unit(units->itemData(shown).toInt());
+    const auto to = Unit(units->currentData().toInt());
+    shown = units->currentIndex();
     // The range first: the field takes only numbers inside it.
     applyUnitRanges();
-    convertField(field(Alpha), [from, to](double v) { return SoilEntry::converted(v, from, to); });
+    convertField(field(f), [from, to](double v) { return SoilEntry::converted(v, from, to); });
+}
+
+void frmAddSoil::alphaUnitChanged()
+{
+    unitChanged<SoilEntry::AlphaUnit>(cmbAlphaUnit, m_alphaUnitShown, Alpha);
 }
 
 void frmAddSoil::ksUnitChanged()
 {
-    const auto from = SoilEntry::KsUnit(cmbKsUnit->itemData(m_ksUnitShown).toInt());
-    const auto to = SoilEntry::KsUnit(cmbKsUnit->currentData().toInt());
-    m_ksUnitShown = cmbKsUnit->currentIndex();
-    // The range first: the field takes only numbers inside it.
-    applyUnitRanges();
-    convertField(field(Ks), [from, to](double v) { return SoilEntry::converted(v, from, to); });
+    unitChanged<SoilEntry::KsUnit>(cmbKsUnit, m_ksUnitShown, Ks);
 }
 
 void frmAddSoil::applyUnitRanges()

@@ -65,6 +65,7 @@ private:
     // A unit changed: the number shown is converted, so the soil stays the same.
     void alphaUnitChanged();
     void ksUnitChanged();
+    template <typename Unit> void unitChanged(QComboBox *units, int &shown, Field f);
     void ControlsCollection_Validate(QWidget *control, bool &cancel);
     void ControlsCollection_GotFocus(QWidget *control);
     void ControlsCollection_LostFocus(QWidget *control);

@@ -175,6 +175,17 @@ bool addSoil(frmMDIMain *frame, const QString &name)
     return done.wait(300000) && done.first().at(0).toBool();
 }
 
+// The program on a small shipped database with two soils of the user's,
+// "First" and "Second" (numbers 3 and 4).
+void startWithTwoSoils(AppFixture &app)
+{
+    const QString trouble = buildShipped(app.dir.path(), 2);
+    QVERIFY2(trouble.isEmpty(), qPrintable(trouble));
+    app.start();
+    QVERIFY(addSoil(app.frame.get(), "First"));
+    QVERIFY(addSoil(app.frame.get(), "Second"));
+}
+
 QLabel *soilLabel(frmMain *w)
 {
     return w->findChild<QLabel *>("lblSoilDes");
@@ -347,11 +358,9 @@ private slots:
     void removingASoilKeepsEveryWindowOnItsOwnSoil()
     {
         AppFixture app(false);
-        const QString trouble = buildShipped(app.dir.path(), 2);
-        QVERIFY2(trouble.isEmpty(), qPrintable(trouble));
-        app.start();
-        QVERIFY(addSoil(app.frame.get(), "First"));
-        QVERIFY(addSoil(app.frame.get(), "Second"));
+        startWithTwoSoils(app);
+        if (QTest::currentTestFailed())
+            return;
         const QString user = UserDatabase::userPath();
         QCOMPARE(UserDatabase::soilNames(user), QStringList({"Sand", "Loamy Sand", "First", "Second"}));
         frmMain *one = app.window(1);
@@ -427,11 +436,9 @@ private slots:
     void aDatabaseChangedElsewhereIsFollowedAtTheNextUpdate()
     {
         AppFixture app(false);
-        const QString trouble = buildShipped(app.dir.path(), 2);
-        QVERIFY2(trouble.isEmpty(), qPrintable(trouble));
-        app.start();
-        QVERIFY(addSoil(app.frame.get(), "First"));
-        QVERIFY(addSoil(app.frame.get(), "Second"));
+        startWithTwoSoils(app);
+        if (QTest::currentTestFailed())
+            return;
         frmMain *two = app.window(2);
         chooseSoil(two, 3);
         update(app.frame.get(), two);

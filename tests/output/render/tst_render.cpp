@@ -28,6 +28,21 @@ Run render(const QStringList &arguments, const QString &program = QStringLiteral
             QString::fromLocal8Bit(p.readAllStandardError())};
 }
 
+// A test database in `folder` changed by one SQL statement; empty when the
+// statement failed.
+QString databaseWith(const QString &folder, const QString &statement)
+{
+    const QString path = TestDatabase::create(folder);
+    bool done = false;
+    {
+        QSqlDatabase sql = QSqlDatabase::addDatabase("QSQLITE", "changed");
+        sql.setDatabaseName(path);
+        done = sql.open() && QSqlQuery(sql).exec(statement);
+    }
+    QSqlDatabase::removeDatabase("changed");
+    return done ? path : QString();
+}
+
 QByteArray bytes(const QString &path)
 {
     QFile f(path);
@@ -213,14 +228,8 @@ private slots:
     void aSelectionWithoutFrontsExitsTwoNamingIt()
     {
         QTemporaryDir other;
-        const QString path = TestDatabase::create(other.path());
-        {
-            QSqlDatabase sql = QSqlDatabase::addDatabase("QSQLITE", "cut");
-            sql.setDatabaseName(path);
-            QVERIFY(sql.open());
-            QVERIFY(QSqlQuery(sql).exec("DELETE FROM [BuriedData-c6] WHERE SoilType = 2"));
-        }
-        QSqlDatabase::removeDatabase("cut");
+        const QString path = databaseWith(other.path(), "DELETE FROM [BuriedData-c6] WHERE SoilType = 2");
+        QVERIFY(!path.isEmpty());
         const QString expected = "ulvex-render: no fronts for " + TestDatabase::soilName(2)
                                  + ", 4 L/h, moist, buried emitter in " + path + "\n";
         const QStringList selection = {"-d", path, "-s", "2", "-f", "4", "-w", "moist", "-e", "buried"};
@@ -241,14 +250,8 @@ private slots:
     void aDrawingFailureIsToldAsSuch()
     {
         QTemporaryDir folder;
-        const QString path = TestDatabase::create(folder.path());
-        {
-            QSqlDatabase sql = QSqlDatabase::addDatabase("QSQLITE", "flat");
-            sql.setDatabaseName(path);
-            QVERIFY(sql.open());
-            QVERIFY(QSqlQuery(sql).exec("UPDATE [BuriedData-c] SET r = 0 WHERE SoilType = 1"));
-        }
-        QSqlDatabase::removeDatabase("flat");
+        const QString path = databaseWith(folder.path(), "UPDATE [BuriedData-c] SET r = 0 WHERE SoilType = 1");
+        QVERIFY(!path.isEmpty());
         const QString program = folder.filePath("ulvex-render");
         QVERIFY(QFile::copy(ULVEX_RENDER_EXE, program));
         const QString out = folder.filePath("flat.png");
