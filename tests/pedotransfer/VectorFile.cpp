@@ -1,6 +1,7 @@
 #include "VectorFile.h"
 
 #include <QFile>
+#include <QTest>
 
 #include <cerrno>
 #include <cstdlib>
@@ -9,6 +10,18 @@
 QString VectorFile::folder()
 {
     return QStringLiteral(ULVEX_ROSETTA_VECTORS);
+}
+
+QString VectorFile::modelFile(int code, const QString &what)
+{
+    return QStringLiteral("rose3_mod%1_%2.txt").arg(code).arg(what);
+}
+
+void VectorFile::addModelRows()
+{
+    QTest::addColumn<int>("code");
+    for (int code = 2; code <= 5; ++code)
+        QTest::addRow("model %d", code) << code;
 }
 
 VectorFile::Rows VectorFile::read(const QString &fileName)

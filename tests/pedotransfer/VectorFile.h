@@ -16,4 +16,11 @@ public:
     // the file cannot be read or holds something that is not a number.
     static Rows read(const QString &fileName);
     static QString folder();
+
+    // The name of one of the files of a texture model: "rose3_mod3_mean.txt"
+    // for model 3 and "mean".
+    static QString modelFile(int code, const QString &what);
+    // The rows of a data-driven test over the four texture models: a column
+    // "code" (2 to 5) and a row "model <code>" for each.
+    static void addModelRows();
 };

@@ -35,11 +35,6 @@ const char *kindName(SummaryKind kind)
     }
 }
 
-QString modelFile(int code, const QString &what)
-{
-    return QStringLiteral("rose3_mod%1_%2.txt").arg(code).arg(what);
-}
-
 RosettaPredictor::Record record(const std::vector<double> &values)
 {
     RosettaPredictor::Record r;
@@ -128,16 +123,14 @@ void TestRosettaVectors::compareFile(const VectorFile::Rows &actual, const QStri
 
 void TestRosettaVectors::meansAndSpreads_data()
 {
-    QTest::addColumn<int>("code");
-    for (int code = 2; code <= 5; ++code)
-        QTest::addRow("model %d", code) << code;
+    VectorFile::addModelRows();
 }
 
 // The upstream means and the generated spreads, log10 form, five parameters.
 void TestRosettaVectors::meansAndSpreads()
 {
     QFETCH(int, code);
-    const VectorFile::Rows inputs = VectorFile::read(modelFile(code, QStringLiteral("inputs")));
+    const VectorFile::Rows inputs = VectorFile::read(VectorFile::modelFile(code, QStringLiteral("inputs")));
     QVERIFY(!inputs.empty());
     VectorFile::Rows means, spreads;
     for (const std::vector<double> &in : inputs) {
@@ -147,8 +140,8 @@ void TestRosettaVectors::meansAndSpreads()
         means.emplace_back(r.estimates.begin(), r.estimates.begin() + RosettaPredictor::K0);
         spreads.emplace_back(r.spreads.begin(), r.spreads.begin() + RosettaPredictor::K0);
     }
-    compareFile(means, modelFile(code, QStringLiteral("mean")));
-    compareFile(spreads, modelFile(code, QStringLiteral("std")));
+    compareFile(means, VectorFile::modelFile(code, QStringLiteral("mean")));
+    compareFile(spreads, VectorFile::modelFile(code, QStringLiteral("std")));
 }
 
 void TestRosettaVectors::fullSummaries_data()
@@ -166,9 +159,9 @@ void TestRosettaVectors::fullSummaries()
     QFETCH(int, code);
     QFETCH(SummaryKind, kind);
     VectorFile::Rows results;
-    for (const std::vector<double> &in : VectorFile::read(modelFile(code, QStringLiteral("inputs"))))
+    for (const std::vector<double> &in : VectorFile::read(VectorFile::modelFile(code, QStringLiteral("inputs"))))
         results.push_back(fullRow(RosettaPredictor::predict(record(in), kind)));
-    compareFile(results, modelFile(code, QStringLiteral("%1_full").arg(kindName(kind))));
+    compareFile(results, VectorFile::modelFile(code, QStringLiteral("%1_full").arg(kindName(kind))));
 }
 
 void TestRosettaVectors::modelChoice_data()
@@ -220,10 +213,10 @@ QStringList TestRosettaVectors::filesCompared()
 {
     QStringList files;
     for (int code = 2; code <= 5; ++code) {
-        files << modelFile(code, QStringLiteral("inputs")) << modelFile(code, QStringLiteral("mean"))
-              << modelFile(code, QStringLiteral("std"));
+        files << VectorFile::modelFile(code, QStringLiteral("inputs")) << VectorFile::modelFile(code, QStringLiteral("mean"))
+              << VectorFile::modelFile(code, QStringLiteral("std"));
         for (SummaryKind kind : allKinds)
-            files << modelFile(code, QStringLiteral("%1_full").arg(kindName(kind)));
+            files << VectorFile::modelFile(code, QStringLiteral("%1_full").arg(kindName(kind)));
     }
     for (const char *set : choiceSets)
         for (const char *part : {"_inputs.txt", "_codes.txt", "_arith_full.txt"})

@@ -11,6 +11,7 @@
 #include <QtTest>
 
 #include <cmath>
+#include <functional>
 
 namespace {
 
@@ -22,6 +23,16 @@ Input loam()
     in.sand = 40;
     in.silt = 40;
     in.clay = 20;
+    return in;
+}
+
+// A loam with everything measured: model 5.
+Input measuredLoam()
+{
+    Input in = loam();
+    in.bulkDensity = 1.4;
+    in.theta33 = 0.28;
+    in.theta1500 = 0.1;
     return in;
 }
 
@@ -73,10 +84,7 @@ private slots:
 
 void TestTexturePedotransfer::goodInputHasNoProblems()
 {
-    Input in = loam();
-    in.bulkDensity = 1.4;
-    in.theta33 = 0.28;
-    in.theta1500 = 0.1;
+    const Input in = measuredLoam();
     QVERIFY(TexturePedotransfer::problems(in).isEmpty());
     QStringList problems{QStringLiteral("left over")};
     QVERIFY(TexturePedotransfer::estimate(in, &problems).has_value());
@@ -87,41 +95,39 @@ void TestTexturePedotransfer::problemNamesItsField_data()
 {
     QTest::addColumn<Input>("input");
     QTest::addColumn<QString>("start");
-    Input in = loam();
-    in.sand = -1;
-    in.silt = 61;
-    QTest::newRow("negative sand") << in << "Sand (%): from 0 to 100";
-    in = loam();
-    in.silt = 100.5;
-    in.sand = 0;
-    in.clay = 0;
-    QTest::newRow("silt above 100") << in << "Silt (%): from 0 to 100";
-    in = loam();
-    in.clay = std::nan("");
-    QTest::newRow("clay missing") << in << "Clay (%): from 0 to 100";
-    in = loam();
-    in.clay = 18.9;
-    QTest::newRow("sum 98.9") << in << "Sand, silt and clay: together 100 % (from 99 to 101 %), not 98.9 %";
-    in = loam();
-    in.clay = 21.1;
-    QTest::newRow("sum 101.1") << in << "Sand, silt and clay: together 100 % (from 99 to 101 %), not 101.1 %";
-    in = loam();
-    in.bulkDensity = 2.1;
-    QTest::newRow("dense") << in << "Bulk density (g/cm3): from 0.5 to 2";
-    in.bulkDensity = 1.4;
-    in.theta33 = 28.0;
-    QTest::newRow("theta33 in percent") << in << "Theta at 33 kPa (m3/m3): above 0 and below 1";
-    in = loam();
-    in.theta33 = 0.28;
-    QTest::newRow("theta33 without density") << in << "Theta at 33 kPa: needs the bulk density";
-    in.bulkDensity = 1.4;
-    in.theta1500 = 0.28;
-    QTest::newRow("theta1500 equal") << in << "Theta at 1500 kPa: below theta at 33 kPa (0.28)";
-    in.theta1500 = 0.0;
-    QTest::newRow("theta1500 zero") << in << "Theta at 1500 kPa (m3/m3): above 0 and below 1";
-    in.theta33.reset();
-    in.theta1500 = 0.1;
-    QTest::newRow("theta1500 alone") << in << "Theta at 1500 kPa: needs theta at 33 kPa";
+    // Each case changes a loam (40/40/20, nothing else given).
+    struct Case
+    {
+        const char *name;
+        std::function<void(Input &)> change;
+        const char *start;
+    };
+    const Case cases[] = {
+        {"negative sand", [](Input &in) { in.sand = -1, in.silt = 61; }, "Sand (%): from 0 to 100"},
+        {"silt above 100", [](Input &in) { in.sand = 0, in.silt = 100.5, in.clay = 0; },
+         "Silt (%): from 0 to 100"},
+        {"clay missing", [](Input &in) { in.clay = std::nan(""); }, "Clay (%): from 0 to 100"},
+        {"sum 98.9", [](Input &in) { in.clay = 18.9; },
+         "Sand, silt and clay: together 100 % (from 99 to 101 %), not 98.9 %"},
+        {"sum 101.1", [](Input &in) { in.clay = 21.1; },
+         "Sand, silt and clay: together 100 % (from 99 to 101 %), not 101.1 %"},
+        {"dense", [](Input &in) { in.bulkDensity = 2.1; }, "Bulk density (g/cm3): from 0.5 to 2"},
+        {"theta33 in percent", [](Input &in) { in.bulkDensity = 1.4, in.theta33 = 28.0; },
+         "Theta at 33 kPa (m3/m3): above 0 and below 1"},
+        {"theta33 without density", [](Input &in) { in.theta33 = 0.28; },
+         "Theta at 33 kPa: needs the bulk density"},
+        {"theta1500 equal", [](Input &in) { in.bulkDensity = 1.4, in.theta33 = in.theta1500 = 0.28; },
+         "Theta at 1500 kPa: below theta at 33 kPa (0.28)"},
+        {"theta1500 zero", [](Input &in) { in.bulkDensity = 1.4, in.theta33 = 0.28, in.theta1500 = 0.0; },
+         "Theta at 1500 kPa (m3/m3): above 0 and below 1"},
+        {"theta1500 alone", [](Input &in) { in.bulkDensity = 1.4, in.theta1500 = 0.1; },
+         "Theta at 1500 kPa: needs theta at 33 kPa"},
+    };
+    for (const Case &c : cases) {
+        Input in = loam();
+        c.change(in);
+        QTest::newRow(c.name) << in << QString::fromUtf8(c.start);
+    }
 }
 
 // Exactly one problem for each bad input, beginning with the field's name.
@@ -188,10 +194,8 @@ void TestTexturePedotransfer::modelAgreesWithReferenceChoice()
 // kPa; a user who typed them is told instead.
 void TestTexturePedotransfer::valueTheReferenceWouldSkipIsRefused()
 {
-    Input in = loam();
+    Input in = measuredLoam();
     in.bulkDensity = 2.1;
-    in.theta33 = 0.28;
-    in.theta1500 = 0.1;
     QCOMPARE(RosettaPredictor::bestModel(TexturePedotransfer::record(in)), 2);
     const QStringList problems = TexturePedotransfer::problems(in);
     QCOMPARE(problems.size(), 1);
@@ -200,9 +204,7 @@ void TestTexturePedotransfer::valueTheReferenceWouldSkipIsRefused()
 
 void TestTexturePedotransfer::estimateInProgramUnits_data()
 {
-    QTest::addColumn<int>("code");
-    for (int code = 2; code <= 5; ++code)
-        QTest::addRow("model %d", code) << code;
+    VectorFile::addModelRows();
 }
 
 // The geometric means of the published `geo` results (alpha in 1/cm, Ks and
@@ -212,7 +214,7 @@ void TestTexturePedotransfer::estimateInProgramUnits()
 {
     QFETCH(int, code);
     const auto file = [code](const char *what) {
-        return VectorFile::read(QStringLiteral("rose3_mod%1_%2.txt").arg(code).arg(QLatin1String(what)));
+        return VectorFile::read(VectorFile::modelFile(code, QLatin1String(what)));
     };
     const VectorFile::Rows inputs = file("inputs"), geo = file("geo_full"), log = file("log_full");
     QCOMPARE(geo.size(), inputs.size());
@@ -286,10 +288,7 @@ void TestTexturePedotransfer::estimateNeedsLogSummary()
 // are read (they are read once per process, here by the slots before).
 void TestTexturePedotransfer::oneEstimateIsQuick()
 {
-    Input in = loam();
-    in.bulkDensity = 1.4;
-    in.theta33 = 0.28;
-    in.theta1500 = 0.1;
+    const Input in = measuredLoam();
     QVERIFY(TexturePedotransfer::estimate(in).has_value());
     QElapsedTimer timer;
     timer.start();
