@@ -28,7 +28,8 @@ void EnsembleSummary::summariseLog10(int k, const Eigen::VectorXd &log10Values)
         m_spreads[k] = sampleSd(log10Values);
         return;
     }
-    const Eigen::VectorXd linear = log10Values.unaryExpr([](double v) { return std::pow(10.0, v); });
+    const Eigen::VectorXd linear =
+        log10Values.unaryExpr([](double v) { return std::pow(10.0, v); });
     m_estimates[k] = m_kind == SummaryKind::Arith ? mean(linear)
                                                   : std::pow(10.0, mean(log10Values));
     m_spreads[k] = sampleSd(linear);

@@ -8,8 +8,9 @@
 #include <stdexcept>
 
 // A static library's resources are not registered by themselves: the
-// initialiser has to be named once from code that is surely linked in. It
-// cannot stand inside a function of a namespace or class.
+// initialiser has to be named from code that is surely linked in. The macro
+// declares a function, so it is used outside any namespace. Registering again
+// is harmless (Qt keeps one copy).
 static void registerWeightFiles()
 {
     Q_INIT_RESOURCE(pedotransfer);
@@ -95,8 +96,8 @@ Eigen::VectorXd RosettaModel::runLayer(const Layer &layer, int member,
                                        const Eigen::VectorXd &in) const
 {
     using RowMajor = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>;
-    const Eigen::Map<const RowMajor> w(layer.weights.data() + size_t(member) * layer.nOut * layer.nIn,
-                                       layer.nOut, layer.nIn);
+    const size_t first = size_t(member) * layer.nOut * layer.nIn;
+    const Eigen::Map<const RowMajor> w(layer.weights.data() + first, layer.nOut, layer.nIn);
     const Eigen::Map<const Eigen::VectorXd> b(layer.biases.data() + size_t(member) * layer.nOut,
                                               layer.nOut);
     Eigen::VectorXd z = w * in + b;
