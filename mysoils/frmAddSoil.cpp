@@ -104,7 +104,11 @@ void frmAddSoil::buildControls()
     for (const SoilEntry &s : std::as_const(m_startingPoints))
         cmbStartFrom->addItem(s.name);
     cmbStartFrom->setToolTip(QStringLiteral("Fill the fields with a class average, then change them"));
-    addRow(QStringLiteral("Start from:"), cmbStartFrom);
+    cmdEstimate = new QPushButton(QStringLiteral("Estimate from Texture..."), this);
+    cmdEstimate->setObjectName(QStringLiteral("cmdEstimate"));
+    cmdEstimate->setAutoDefault(false);
+    cmdEstimate->setToolTip(QStringLiteral("Estimate the values from the soil's sand, silt and clay content"));
+    addRow(QStringLiteral("Start from:"), cmbStartFrom, cmdEstimate);
 
     for (int f = 0; f < FieldCount; ++f) {
         auto *edit = new QLineEdit(this);
@@ -189,6 +193,7 @@ void frmAddSoil::buildControls()
     m_ksUnitShown = cmbKsUnit->currentIndex();
     connect(cmbAlphaUnit, &QComboBox::currentIndexChanged, this, &frmAddSoil::alphaUnitChanged);
     connect(cmbKsUnit, &QComboBox::currentIndexChanged, this, &frmAddSoil::ksUnitChanged);
+    connect(cmdEstimate, &QPushButton::clicked, this, &frmAddSoil::cmdEstimate_Click);
     connect(cmdOK, &QPushButton::clicked, this, &frmAddSoil::cmdOK_Click);
     connect(cmdCancel, &QPushButton::clicked, this, &QDialog::reject);
 }
@@ -292,6 +297,42 @@ void frmAddSoil::restore(const Typed &typed)
     cmbStartFrom->setCurrentIndex(typed.startFrom);
     for (int f = 0; f < FieldCount; ++f)
         field(Field(f))->setText(typed.texts[std::size_t(f)]);
+}
+
+void frmAddSoil::cmdEstimate_Click()
+{
+    if (m_estimateForm) {
+        m_estimateForm->raise();
+        return;
+    }
+    // Not a nested event loop: the frame may close the forms meanwhile.
+    auto *form = new frmTextureEstimate(this);
+    form->setWindowModality(Qt::WindowModal);
+    form->setAttribute(Qt::WA_DeleteOnClose);
+    connect(form, &QDialog::accepted, this, [this, form] {
+        if (form->estimate())
+            useEstimate(*form->estimate(), form->input());
+    });
+    m_estimateForm = form;
+    form->show();
+}
+
+void frmAddSoil::useEstimate(const SoilEstimate &estimate, const TexturePedotransfer::Input &texture)
+{
+    // Four significant digits: the estimate is not better than that.
+    const auto text = [](double v) { return SoilEntry::numberText(QString::number(v, 'g', 4).toDouble()); };
+    const auto alphaUnit = SoilEntry::AlphaUnit(cmbAlphaUnit->currentData().toInt());
+    const auto ksUnit = SoilEntry::KsUnit(cmbKsUnit->currentData().toInt());
+    cmbStartFrom->setCurrentIndex(0);
+    field(ThetaR)->setText(text(estimate.thetaR));
+    field(ThetaS)->setText(text(estimate.thetaS));
+    field(Alpha)->setText(text(SoilEntry::converted(estimate.alpha, SoilEntry::AlphaUnit::PerMetre, alphaUnit)));
+    field(N)->setText(text(estimate.n));
+    field(Ks)->setText(text(SoilEntry::converted(estimate.ks, SoilEntry::KsUnit::MetrePerDay, ksUnit)));
+    field(Clay)->setText(text(texture.clay));
+    if (field(Classification)->text().trimmed().isEmpty())
+        field(Classification)->setText(QStringLiteral("estimated from sand %1 %, silt %2 %, clay %3 %")
+                                           .arg(text(texture.sand), text(texture.silt), text(texture.clay)));
 }
 
 SoilEntry frmAddSoil::entry() const

@@ -1,11 +1,13 @@
 #pragma once
 
 #include "mysoils/SoilEntry.h"
+#include "mysoils/frmTextureEstimate.h"
 #include "settings/CTextBox.h"
 #include "settings/ControlsCollection.h"
 
 #include <QDialog>
 #include <QList>
+#include <QPointer>
 #include <QStringList>
 
 #include <array>
@@ -39,6 +41,13 @@ public:
 
     // Fills the fields with a starting point (index into startingPoints).
     void startFrom(int index);
+    // "Estimate from Texture...": opens the estimate; its values fill the
+    // fields when the user takes them.
+    void cmdEstimate_Click();
+    // Fills the fields with an estimate from a texture, in the units shown.
+    void useEstimate(const SoilEstimate &estimate, const TexturePedotransfer::Input &texture);
+    // The estimate dialog open now, or null.
+    frmTextureEstimate *estimateForm() const { return m_estimateForm; }
     // "Compute": validates every field; accepts the dialog when all hold.
     void cmdOK_Click();
 
@@ -82,6 +91,8 @@ private:
     QComboBox *cmbTexture = nullptr;
     QComboBox *cmbAlphaUnit = nullptr;
     QComboBox *cmbKsUnit = nullptr;
+    QPushButton *cmdEstimate = nullptr;
+    QPointer<frmTextureEstimate> m_estimateForm;
     QPushButton *cmdOK = nullptr;
     QPushButton *cmdCancel = nullptr;
     QStatusBar *sbrAdd = nullptr;

@@ -2,12 +2,15 @@
 // average, the validation framework's filter and focus checks, the messages of
 // "Compute" naming their field, the units and their ranges.
 #include "mysoils/frmAddSoil.h"
+#include "mysoils/frmTextureEstimate.h"
 #include "shell/ResourceImages.h"
 
 #include <QApplication>
 #include <QComboBox>
 #include <QDir>
+#include <QLabel>
 #include <QLineEdit>
+#include <QTreeWidget>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QStatusBar>
@@ -240,6 +243,63 @@ private slots:
         d.field(frmAddSoil::Alpha)->clear();
         alphaUnit->setCurrentText("1/m");
         QCOMPARE(d.field(frmAddSoil::Alpha)->text(), QString());
+    }
+
+    // Estimate from texture: the estimate follows the values as they are
+    // typed, with the richest model they allow; its values fill the form in
+    // the units shown, to be changed still.
+    void estimateFromTextureFillsTheForm()
+    {
+        frmAddSoil d(classAverages(), {});
+        QVERIFY(showActive(d));
+        QTest::mouseClick(d.findChild<QPushButton *>("cmdEstimate"), Qt::LeftButton);
+        frmTextureEstimate *e = d.estimateForm();
+        QVERIFY(e && e->isVisible());
+        auto *use = e->findChild<QPushButton *>("cmdUse");
+        auto *list = e->findChild<QTreeWidget *>("lvEstimate");
+        QVERIFY(!use->isEnabled());
+        QTest::keyClicks(e->field(frmTextureEstimate::Sand), "40");
+        QTest::keyClicks(e->field(frmTextureEstimate::Silt), "40");
+        QVERIFY(!use->isEnabled());
+        QTest::keyClicks(e->field(frmTextureEstimate::Clay), "20");
+        QVERIFY(use->isEnabled());
+        QCOMPARE(list->topLevelItemCount(), 5);
+        TexturePedotransfer::Input loam;
+        loam.sand = 40;
+        loam.silt = 40;
+        loam.clay = 20;
+        const SoilEstimate expected = *TexturePedotransfer::estimate(loam);
+        QCOMPARE(e->estimate()->modelCode, 2);
+        QCOMPARE(e->estimate()->alpha, expected.alpha);
+        QVERIFY(list->topLevelItem(2)->text(1).endsWith(" 1/m"));
+        QVERIFY(e->findChild<QLabel *>("lblModel")->text().contains("from sand, silt and clay."));
+        // A bulk density makes it model 3; one out of range is named.
+        QTest::keyClicks(e->field(frmTextureEstimate::BulkDensity), "2.5");
+        QVERIFY(!use->isEnabled());
+        QVERIFY2(e->findChild<QLabel *>("lblModel")->text().startsWith("Bulk density"),
+                 qPrintable(e->findChild<QLabel *>("lblModel")->text()));
+        e->field(frmTextureEstimate::BulkDensity)->setText("1.4");
+        QVERIFY(use->isEnabled());
+        QCOMPARE(e->estimate()->modelCode, 3);
+        loam.bulkDensity = 1.4;
+        const SoilEstimate withDensity = *TexturePedotransfer::estimate(loam);
+
+        // Taken: the form shows it in its units (alpha 1/cm, Ks cm/day), to
+        // four digits.
+        QTest::mouseClick(use, Qt::LeftButton);
+        QCoreApplication::processEvents();
+        const auto close = [](double shown, double exact) { return qAbs(shown / exact - 1) < 5e-4; };
+        QVERIFY(close(d.field(frmAddSoil::ThetaS)->text().toDouble(), withDensity.thetaS));
+        QVERIFY(close(d.field(frmAddSoil::Alpha)->text().toDouble(), withDensity.alpha / 100));
+        QVERIFY(close(d.field(frmAddSoil::N)->text().toDouble(), withDensity.n));
+        QVERIFY(close(d.field(frmAddSoil::Ks)->text().toDouble(), withDensity.ks * 100));
+        QCOMPARE(d.field(frmAddSoil::Clay)->text(), QString("20"));
+        QCOMPARE(d.field(frmAddSoil::Classification)->text(), QString("estimated from sand 40 %, silt 40 %, clay 20 %"));
+        // Still the user's to change, and computed as any soil.
+        d.field(frmAddSoil::Name)->setText("Estimated loam");
+        d.cmdOK_Click();
+        QCOMPARE(d.result(), int(QDialog::Accepted));
+        QVERIFY(close(d.entry().alphaSi(), withDensity.alpha));
     }
 
     void screenshot()
