@@ -7,20 +7,12 @@
 
 namespace {
 
-// A loam, well inside every range.
+// A loam, well inside every range, alpha in 1/m and Ks in cm/day.
 SoilEntry loam()
 {
-    SoilEntry s;
-    s.name = "Field Loam";
-    s.texture = "medium";
-    s.thetaR = 0.078;
-    s.thetaS = 0.43;
-    s.alpha = 3.6;
-    s.alphaUnit = SoilEntry::AlphaUnit::PerMetre;
-    s.n = 1.56;
-    s.ks = 24.96;
-    s.ksUnit = SoilEntry::KsUnit::CentimetrePerDay;
-    return s;
+    return SoilEntry::fromSi("Field Loam", "medium", std::nullopt, QString(), 0.078, 0.43, 3.6, 1.56,
+                             24.96 / 100 / 86400, SoilEntry::AlphaUnit::PerMetre,
+                             SoilEntry::KsUnit::CentimetrePerDay);
 }
 
 const QString CaseLine = "trickle-build: error 3005: case soil 13 (Field Loam), 8 L/h, -3 m, surface: %1; "
