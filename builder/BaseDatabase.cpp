@@ -24,6 +24,7 @@ BaseDatabase::BaseDatabase(const QString &path)
     // Read-only: the base is never changed, not even when the output replaces it.
     m_db = SqliteRead::open(path, [this](const QString &what) { return error(what); });
     try {
+        checkIntegrity();
         checkLayout();
         readSweep();
     } catch (...) {
@@ -46,6 +47,19 @@ UlvexError BaseDatabase::error(const QString &what) const
 void BaseDatabase::fail(const QString &what) const
 {
     throw error(what);
+}
+
+void BaseDatabase::checkIntegrity()
+{
+    // A damaged page would otherwise show only when the copy is written, after
+    // every case has been computed, and the error would name the copy.
+    QStringList problems;
+    int error = SQLITE_OK;
+    const bool read = forEachRow(m_db, QStringLiteral("PRAGMA quick_check(5)"), [&](sqlite3_stmt *s) { problems << columnText(s, 0); }, error);
+    if (!read)
+        fail(QStringLiteral("is damaged: SQLite's integrity check cannot read it (%1)").arg(QString::fromUtf8(sqlite3_errstr(error))));
+    if (problems != QStringList{QStringLiteral("ok")})
+        fail(QStringLiteral("is damaged: SQLite's integrity check finds %1").arg(problems.join(QStringLiteral("; "))));
 }
 
 void BaseDatabase::checkLayout()

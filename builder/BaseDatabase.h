@@ -47,6 +47,7 @@ public:
 private:
     UlvexError error(const QString &what) const;
     [[noreturn]] void fail(const QString &what) const;
+    void checkIntegrity();
     void checkLayout();
     void readSweep();
 

@@ -62,6 +62,10 @@ struct CaseResult
     long timeSteps = 0;
     bool reachedBoundary = false;       // a front touched the domain's edge: the case is invalid
     std::string message;                // what went wrong, when something did
+    // Why the solver stopped before the last hour, as one of the fixed
+    // phrases the build reports: "no convergence", "time limit" or "memory
+    // limit"; empty when it ran to the end.
+    std::string stopReason;
     // Something the build should tell but that does not invalidate the case
     // (e.g. a flux disc whose surface head rose above 0); empty when none.
     std::string warning;

@@ -252,7 +252,7 @@ bool RichardsSolver::step(double dt)
     std::vector<double>& hNext = m_hNext;
     hm = m_h;
     hNext.resize(n);
-    if (m_extrapolate && m_lastStep > 0 && int(m_lastChange.size()) == n) {
+    if (m_extrapolate && !m_plain && m_lastStep > 0 && int(m_lastChange.size()) == n) {
         const double w = std::min(dt / m_lastStep, 1.0);
         for (int i = 0; i < n; ++i)
             hm[i] += w * m_lastChange[i];
@@ -277,7 +277,8 @@ bool RichardsSolver::step(double dt)
     hPrev = m_h;
     thetaPrev = m_theta;
     m_factors.newStep();
-    for (it = 1; it <= m_set.maxIterations; ++it) {
+    const int maxIterations = m_plain ? m_set.rescueMaxIterations : m_set.maxIterations;
+    for (it = 1; it <= maxIterations; ++it) {
         ++m_stats.iterations;
         for (int i = 0; i < n; ++i) {
             const double d = hm[i] - hPrev[i];
@@ -406,6 +407,27 @@ bool RichardsSolver::step(double dt)
     return true;
 }
 
+double RichardsSolver::spreadOverDisc(double flow, double radius, Eigen::VectorXd& rhs) const
+{
+    // each top ring gets the share of the disc's area that it covers
+    const auto& rf = m_mesh.rFaces();
+    double rate = 0;
+    for (int j = 0; j < m_mesh.columns() && rf[j] < radius; ++j) {
+        const double outer = std::min(rf[j + 1], radius);
+        const double q = flow * (outer * outer - rf[j] * rf[j]) / (radius * radius);
+        rhs[m_mesh.index(j, 0)] += q;
+        rate += q;
+    }
+    return rate;
+}
+
+void RichardsSolver::restartSteps(double dt)
+{
+    m_nextStep = dt;
+    m_stepCap = 1e300;
+    m_lastStep = 0;
+}
+
 bool RichardsSolver::solveLinear(const std::vector<KirchhoffTable::Point>& pts,
                                  const std::vector<double>& hm, double dt,
                                  std::vector<double>& hOut, double& inflowRate)
@@ -509,19 +531,18 @@ bool RichardsSolver::solveLinear(const std::vector<KirchhoffTable::Point>& pts,
     // an even flux over the source disc: each top ring gets the share of the
     // disc's area that it covers
     double fluxDiscRate = 0;
-    if (m_fluxDiscFlow > 0) {
-        const auto& rf = m_mesh.rFaces();
-        const double R = m_fluxDiscRadius;
-        for (int j = 0; j < nr && rf[j] < R; ++j) {
-            const double outer = std::min(rf[j + 1], R);
-            const double q = m_fluxDiscFlow * (outer * outer - rf[j] * rf[j]) / (R * R);
-            rhs[m_mesh.index(j, 0)] += q;
-            fluxDiscRate += q;
-        }
-    }
+    if (m_fluxDiscFlow > 0)
+        fluxDiscRate = spreadOverDisc(m_fluxDiscFlow, m_fluxDiscRadius, rhs);
 
     double pondRate = 0;
-    if (m_pond) {
+    if (m_pond && m_bridged) {
+        // the emitter's flow spread evenly over the disc as it stands
+        fluxDiscRate += spreadOverDisc(m_pondFlow, m_pondRadius, rhs);
+        if (!solveSystem(-1, rhs, hm, m_x))
+            return false;
+        for (int i = 0; i < n; ++i)
+            hOut[i] = m_x[i];
+    } else if (m_pond) {
         // coefficients of the h = 0 condition on each top face
         m_pa.resize(nr);
         m_pg.resize(nr);
@@ -577,7 +598,7 @@ StepFactorisations::Slot* RichardsSolver::solveSystem(int disc, const Eigen::Vec
                                                       const std::vector<double>& hm,
                                                       Eigen::VectorXd& x)
 {
-    StepFactorisations::Slot* slot = m_set.chordIterations ? m_factors.find(disc) : nullptr;
+    StepFactorisations::Slot* slot = m_set.chordIterations && !m_plain ? m_factors.find(disc) : nullptr;
     if (slot && !chordFits(*slot, hm))
         slot = nullptr;
     if (slot) {

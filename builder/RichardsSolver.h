@@ -114,6 +114,20 @@ public:
     // nothing to undo.
     bool undoRemesh();
 
+    // Ways out of a state from which no step converges, for the simulation's
+    // rescue (StepRescue); none of them is used otherwise.
+    // Plain Picard iterations: a fresh factorisation in every iteration, no
+    // extrapolated first iterate, up to rescueMaxIterations iterations.
+    void setPlainIterations(bool on) { m_plain = on; }
+    bool plainIterations() const { return m_plain; }
+    // The ponded disc's flow spread evenly over the disc as it stands, its
+    // radius held (the switching between ponding and not at a disc's edge can
+    // cycle at every step size).
+    void setPondBridged(bool on) { m_bridged = on; }
+    bool pondBridged() const { return m_bridged; }
+    // The next step is dt, with no cap from earlier failures.
+    void restartSteps(double dt);
+
     const AxisymmetricMesh& mesh() const { return m_mesh; }
     const std::vector<double>& heads() const { return m_h; }
     const std::vector<double>& thetas() const { return m_theta; }
@@ -169,6 +183,9 @@ private:
     // chord correction from the iterate hm
     bool chordFits(const StepFactorisations::Slot& slot, const std::vector<double>& hm) const;
     int boundaryCell(Side side, int i) const;
+    // Adds `flow` spread over the top disc of `radius` by ring area to rhs;
+    // returns the rate added.
+    double spreadOverDisc(double flow, double radius, Eigen::VectorXd& rhs) const;
     // the head below saturation at which the soil's own curve holds `theta`
     double headOfWaterContent(double theta) const;
 
@@ -191,6 +208,7 @@ private:
     int m_pondK = 0;               // columns fully under the disc
     double m_pondRadius = 0;
     bool m_pondCoversTop = false;
+    bool m_plain = false, m_bridged = false;
 
     std::vector<Face> m_faces;
     std::vector<int> m_diag;

@@ -2,6 +2,7 @@
 
 #include "builder/DatabaseWriter.h"
 #include "builder/InterruptCleanup.h"
+#include "builder/OutputLock.h"
 #include "builder/ShardInputs.h"
 #include "builder/SqliteRead.h"
 #include "builder/TrickleBuildErrors.h"
@@ -225,6 +226,8 @@ TrickleBuildSummary ShardMerge::run()
             date = std::max(date, p.buildDate); // ISO 8601 dates in UTC order as text
     }
 
+    // The output is locked before anything is written beside it (see OutputLock).
+    const OutputLock lock(opt.outPath, m_log);
     // The build's inputs under their original names, beside the output.
     const QFileInfo outInfo(opt.outPath);
     QTemporaryDir folder(outInfo.absoluteDir().filePath(QStringLiteral(".%1.XXXXXX.inputs").arg(outInfo.fileName())));
@@ -247,6 +250,7 @@ TrickleBuildSummary ShardMerge::run()
     build.force = opt.force;
     build.buildDate = date;
     build.threads = 1;
+    build.outputLocked = true;
 
     // The stored results stand in for the solver.
     std::map<CaseKey, const builder::CaseResult *> results;

@@ -1,6 +1,7 @@
 #include "builder/SoilCatalogue.h"
 
 #include "builder/TrickleBuildErrors.h"
+#include "base/SoilRanges.h"
 #include "base/UlvexError.h"
 
 #include <QFile>
@@ -9,10 +10,15 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <map>
 #include <set>
 
 namespace {
+
+// The longest texture and classification, in characters: they are shown in
+// the soil list beside the name.
+constexpr int kMaxTextLength = 200;
 
 enum Column { ColNo, ColName, ColTexture, ColClay, ColClass, ColThetaR, ColThetaS, ColAlpha, ColN, ColKs, ColCount };
 
@@ -115,6 +121,27 @@ double unitFactor(int column, const QString &unit)
     default:
         return u.isEmpty() ? 1.0 : 0.0;
     }
+}
+
+// Refuses a soil the program cannot compute or store: its name and texts must
+// be one line of printable text each (a NUL or a line break would cut or
+// break the stored name), and its parameters must lie in the ranges the
+// program accepts everywhere (SoilRanges), every problem named.
+void checkSoil(const builder::SoilParams &s, const QString &name, const QString &texture, const QString &classification,
+               const QString &source, int lineNo)
+{
+    QStringList problems;
+    for (const QString &p : {SoilRanges::nameProblem(name), SoilRanges::textProblem(QStringLiteral("Texture"), texture, kMaxTextLength),
+                             SoilRanges::textProblem(QStringLiteral("Soil Classification"), classification, kMaxTextLength)}) {
+        if (!p.isEmpty())
+            problems << p;
+    }
+    if (!std::isnan(s.clayPercent) && (s.clayPercent < 0 || s.clayPercent > 100))
+        problems << QStringLiteral("Clay (%) %1 is outside 0 to 100").arg(s.clayPercent);
+    for (const SoilRanges::Problem &p : SoilRanges::problems(s.thetaR, s.thetaS, s.alpha, s.n, s.ks))
+        problems << p.message;
+    if (!problems.isEmpty())
+        fail(source, lineNo, problems.join(QStringLiteral("; ")));
 }
 
 } // namespace
@@ -220,8 +247,6 @@ SoilCatalogue SoilCatalogue::fromText(const QString &text, const QString &source
         if (numberLine.count(s.number))
             fail(src, lineNo, QStringLiteral("SoilTypeNo %1 was already given on line %2").arg(s.number).arg(numberLine[s.number]));
         s.name = cell(ColName).toStdString();
-        if (s.name.empty())
-            fail(src, lineNo, QStringLiteral("the Name is empty"));
         const QString lowerName = cell(ColName).toLower();
         if (nameLine.count(lowerName))
             fail(src, lineNo, QStringLiteral("the Name \"%1\" was already given on line %2").arg(cell(ColName)).arg(nameLine[lowerName]));
@@ -234,21 +259,7 @@ SoilCatalogue SoilCatalogue::fromText(const QString &text, const QString &source
         s.alpha = number(ColAlpha);
         s.n = number(ColN);
         s.ks = number(ColKs);
-
-        if (!std::isnan(s.clayPercent) && (s.clayPercent < 0 || s.clayPercent > 100))
-            fail(src, lineNo, QStringLiteral("Clay (%) %1 is outside 0 to 100").arg(s.clayPercent));
-        if (s.thetaR < 0)
-            fail(src, lineNo, QStringLiteral("theta_r %1 is negative").arg(s.thetaR));
-        if (s.thetaS <= s.thetaR)
-            fail(src, lineNo, QStringLiteral("theta_s %1 is not greater than theta_r %2").arg(s.thetaS).arg(s.thetaR));
-        if (s.thetaS > 1)
-            fail(src, lineNo, QStringLiteral("theta_s %1 is greater than 1").arg(s.thetaS));
-        if (s.alpha <= 0)
-            fail(src, lineNo, QStringLiteral("alpha must be positive"));
-        if (s.n <= 1)
-            fail(src, lineNo, QStringLiteral("n %1 must be greater than 1").arg(s.n));
-        if (s.ks <= 0)
-            fail(src, lineNo, QStringLiteral("Ks must be positive"));
+        checkSoil(s, cell(ColName), cell(ColTexture), cell(ColClass), src, lineNo);
 
         numberLine[s.number] = lineNo;
         nameLine[lowerName] = lineNo;
@@ -276,14 +287,30 @@ SoilCatalogue SoilCatalogue::fromText(const QString &text, const QString &source
     return cat;
 }
 
-void SoilCatalogue::renumberFrom(int first)
+void SoilCatalogue::renumberFrom(qint64 first)
 {
     // Without the column the soils are held in file order, so this keeps it.
     if (m_hasSoilTypeNo)
         throw UlvexError(TrickleBuildErrors::Catalogue,
                          QStringLiteral("%1: the soils have their own SoilTypeNo and cannot be renumbered").arg(m_sourceName));
+    const qint64 last = first + qint64(m_soils.size()) - 1;
+    if (first < 1 || last > std::numeric_limits<int>::max())
+        fail(m_sourceName, 0, QStringLiteral("its soils would be numbered %1 to %2, beyond the largest SoilTypeNo %3")
+                                   .arg(first).arg(last).arg(std::numeric_limits<int>::max()));
     for (size_t i = 0; i < m_soils.size(); ++i)
-        m_soils[i].number = first + int(i);
+        m_soils[i].number = int(first + qint64(i));
+}
+
+void SoilCatalogue::requireNumbersFrom(qint64 first) const
+{
+    for (size_t i = 0; i < m_soils.size(); ++i) {
+        const qint64 expected = first + qint64(i);
+        if (m_soils[i].number != expected)
+            throw lineError(m_soils[i].number,
+                            QStringLiteral("SoilTypeNo %1 leaves a gap: the soils must be numbered %2, %3, ... without gaps "
+                                           "(the program takes a soil's place in its list for its number)")
+                                .arg(m_soils[i].number).arg(first).arg(first + 1));
+    }
 }
 
 const builder::SoilParams *SoilCatalogue::find(int soilTypeNo) const

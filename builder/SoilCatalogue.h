@@ -33,8 +33,13 @@ public:
     // Whether the file has a SoilTypeNo column (else the soils are numbered in file order).
     bool hasSoilTypeNo() const { return m_hasSoilTypeNo; }
     // Numbers the soils first, first + 1, ... in the order of the file. Only for a
-    // catalogue without a SoilTypeNo column.
-    void renumberFrom(int first);
+    // catalogue without a SoilTypeNo column. A number beyond the largest
+    // SoilTypeNo is refused (the error names the catalogue).
+    void renumberFrom(qint64 first);
+    // Refuses soils that are not numbered first, first + 1, ... without a gap,
+    // naming the line of the first soil out of step: the program takes a
+    // soil's place in its list for its number.
+    void requireNumbersFrom(qint64 first) const;
     // The line of the file on which the soil `soilTypeNo` is defined.
     int lineOf(int soilTypeNo) const;
     // An error (TrickleBuildErrors::Catalogue) about the soil's line:

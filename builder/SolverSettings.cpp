@@ -36,6 +36,9 @@ std::string SolverSettings::describe() const
         o << "; cells of each side sized by the bulb's extent (>= " << shapeLimit << " x largest)";
     if (footFrontReading)
         o << "; fronts read as a level with an exponential foot";
+    if (rescue)
+        o << "; a run stuck at the smallest step rescued (steps restarted, plain Picard, flow spread over the disc) for "
+          << rescueSeconds << " s each, up to " << maxRescues << " times";
     if (surfaceFluxRadius > 0)
         o << "; surface emitter: even flux over a disc of " << surfaceFluxRadius << " m";
     return o.str();

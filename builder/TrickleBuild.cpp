@@ -1,8 +1,10 @@
 #include "builder/TrickleBuild.h"
 
 #include "builder/BaseDatabase.h"
+#include "builder/CaseCheck.h"
 #include "builder/DatabaseWriter.h"
 #include "builder/InterruptCleanup.h"
+#include "builder/OutputLock.h"
 #include "builder/ShardInputs.h"
 #include "builder/SoilCatalogue.h"
 #include "builder/TrickleBuildErrors.h"
@@ -29,6 +31,8 @@
 #include <mutex>
 #include <thread>
 #include <tuple>
+
+#include <sys/resource.h>
 
 namespace {
 
@@ -147,26 +151,14 @@ std::vector<Outcome> runCases(const std::vector<TrickleBuildCase> &cases, const 
             try {
                 out.result = runner(caseSpec);
             } catch (const std::exception &e) {
-                out.error = QStringLiteral("the solver failed: %1").arg(QString::fromLocal8Bit(e.what()));
+                out.error = QStringLiteral("solver error: %1").arg(QString::fromLocal8Bit(e.what()));
             } catch (...) {
-                out.error = QStringLiteral("the solver failed with an unknown error");
+                out.error = QStringLiteral("solver error: an unknown error");
             }
             out.seconds = double(caseClock.nsecsElapsed()) * 1e-9;
             const builder::CaseResult &r = out.result;
-            if (out.error.isEmpty() && r.reachedBoundary)
-                out.error = QStringLiteral("a front reached the boundary of the solution domain%1")
-                                .arg(r.message.empty() ? QString() : QStringLiteral(" (%1)").arg(QString::fromStdString(r.message)));
-            if (out.error.isEmpty()) {
-                bool shapeOk = int(r.fronts.size()) == sweep.hours;
-                for (size_t k = 0; shapeOk && k < r.fronts.size(); ++k)
-                    shapeOk = r.fronts[k].hour == int(k) + 1;
-                if (!shapeOk)
-                    out.error = QStringLiteral("the solver returned %1 front(s), not one for each hour 1 to %2%3")
-                                    .arg(r.fronts.size()).arg(sweep.hours)
-                                    .arg(r.message.empty() ? QString() : QStringLiteral(" (%1)").arg(QString::fromStdString(r.message)));
-            }
-            if (out.error.isEmpty() && !std::isfinite(r.massBalanceError))
-                out.error = QStringLiteral("the mass balance error is not a number");
+            if (out.error.isEmpty())
+                out.error = CaseCheck::problem(caseSpec, r);
             out.done = true;
 
             std::lock_guard<std::mutex> lock(mutex);
@@ -184,9 +176,6 @@ std::vector<Outcome> runCases(const std::vector<TrickleBuildCase> &cases, const 
                         .arg(100.0 * r.massBalanceError, 0, 'g', 3).arg(fmtDuration(elapsed), fmtDuration(left)));
                 if (!r.warning.empty())
                     log(QStringLiteral("warning: %1%2: %3").arg(label, nameOf(c), QString::fromStdString(r.warning)));
-                if (r.massBalanceError > 0.005)
-                    log(QStringLiteral("warning: %1%2: mass balance error %3 % exceeds 0.5 %")
-                            .arg(label, nameOf(c)).arg(100.0 * r.massBalanceError, 0, 'f', 3));
             }
             outcomes[i] = std::move(out);
         }
@@ -364,11 +353,16 @@ void TrickleBuild::checkOptions() const
             throw usage(QStringLiteral("--shard %1/%2: K/N must have 1 <= K <= N, e.g. 2/3 for the second of three parts")
                             .arg(opt.shard).arg(opt.shards));
     }
-    if (opt.basePath.isEmpty()) {
+    if (!opt.basePath.isEmpty() && !opt.baseIfMissing.isEmpty())
+        throw usage(QStringLiteral("--base and --base-if-missing cannot be used together: give one base"));
+    if (!opt.baseIfMissing.isEmpty() && opt.shards > 0)
+        throw usage(QStringLiteral("--base-if-missing cannot be used with --shard: give the base with --base"));
+    const bool dropping = !opt.dropSoils.empty() || !opt.dropSoilNames.isEmpty();
+    if (opt.basePath.isEmpty() && opt.baseIfMissing.isEmpty()) {
         if (opt.soilsPath.isEmpty())
             throw usage(QStringLiteral("no soil catalogue given"));
-        if (!opt.dropSoils.empty())
-            throw usage(QStringLiteral("--drop-soil needs --base: soils are dropped from a database"));
+        if (dropping)
+            throw usage(QStringLiteral("--drop-soil and --drop-soil-named need --base: soils are dropped from a database"));
     } else {
         // The sweep of the added soils is the base's, so that the database stays one sweep.
         if (opt.flowRates)
@@ -379,13 +373,19 @@ void TrickleBuild::checkOptions() const
             throw usage(QStringLiteral("--front-threshold cannot be used with --base: the front threshold is the base's"));
         if (!opt.only.empty())
             throw usage(QStringLiteral("--only cannot be used with --base: added soils get every case of the base's sweep"));
-        if (opt.soilsPath.isEmpty() && opt.dropSoils.empty())
+        if (opt.soilsPath.isEmpty() && !dropping)
             throw usage(QStringLiteral("--base needs --soils (soils to add) or --drop-soil (soils to drop)"));
         std::vector<int> drops = opt.dropSoils;
         std::sort(drops.begin(), drops.end());
         const auto twice = std::adjacent_find(drops.begin(), drops.end());
         if (twice != drops.end())
             throw usage(QStringLiteral("--drop-soil %1 is given twice").arg(*twice));
+        QStringList seen;
+        for (const QString &name : opt.dropSoilNames) {
+            if (seen.contains(name, Qt::CaseInsensitive))
+                throw usage(QStringLiteral("--drop-soil-named \"%1\" is given twice").arg(name));
+            seen << name;
+        }
         // A part holds only its own cases: it must not take the base's place.
         if (opt.shards > 0 && QFileInfo(opt.outPath) == QFileInfo(opt.basePath))
             throw usage(QStringLiteral("--shard: --out %1 names the base database; a part of the build cannot replace the base")
@@ -418,6 +418,7 @@ struct TrickleBuild::Prepared
     // Soils by SoilTypeNo, for naming cases: the base's that stay, then the added ones.
     std::map<int, QString> soilNames;
     QStringList droppedEntries;
+    std::vector<int> drops; // SoilTypeNo of the base's soils left out, by number and by name, ascending
     // The soils after a dropped one move up to close its gap: the program
     // lists the soils in number order and takes a soil's place in that list
     // for its number, so numbers must run on without gaps where they did.
@@ -469,61 +470,14 @@ TrickleBuild::Prepared TrickleBuild::prepare() const
                                  .arg(opt.basePath, baseSource, surfaceSourceText(opt.surfaceFluxRadius)));
     }
 
-    std::map<int, QString> &soilNames = p.soilNames;
-    if (p.base) {
-        for (const auto &s : p.base->soils())
-            soilNames[s.number] = s.name;
-        std::vector<int> drops = opt.dropSoils;
-        std::sort(drops.begin(), drops.end());
-        for (int n : drops) {
-            const auto it = soilNames.find(n);
-            if (it == soilNames.end())
-                throw UlvexError(TrickleBuildErrors::Usage,
-                                 QStringLiteral("--drop-soil %1: the base database %2 has no SoilTypeNo %1").arg(n).arg(opt.basePath));
-            p.droppedEntries << QStringLiteral("%1 %2 (%3)").arg(n).arg(it->second, p.date);
-            soilNames.erase(it);
-        }
-        std::map<int, QString> renumbered;
-        for (const auto &kept : soilNames) {
-            const int below = int(std::count_if(drops.begin(), drops.end(), [&](int d) { return d < kept.first; }));
-            const int moved = kept.first - below;
-            renumbered[moved] = kept.second;
-            if (moved != kept.first) {
-                p.moves.emplace_back(kept.first, moved);
-                const QString added = p.base->buildInfo(QStringLiteral("added_soil_%1").arg(kept.first));
-                if (!added.isEmpty())
-                    p.movedAddedKeys.emplace_back(QStringLiteral("added_soil_%1").arg(moved), added);
-            }
-        }
-        soilNames.swap(renumbered);
-    }
-
-    SoilCatalogue &catalogue = p.catalogue;
-    if (!opt.soilsPath.isEmpty())
-        catalogue = SoilCatalogue::fromFile(opt.soilsPath);
-    if (p.base && !opt.soilsPath.isEmpty()) {
-        // Soils without a number of their own follow the last soil kept.
-        if (!catalogue.hasSoilTypeNo())
-            catalogue.renumberFrom(soilNames.empty() ? 1 : soilNames.rbegin()->first + 1);
-        for (const auto &s : catalogue.soils()) {
-            const QString name = QString::fromStdString(s.name);
-            if (soilNames.count(s.number))
-                throw catalogue.lineError(s.number, QStringLiteral("SoilTypeNo %1 is already the soil \"%2\" of the base database %3")
-                                                        .arg(s.number).arg(soilNames[s.number], opt.basePath));
-            for (const auto &kept : soilNames) {
-                if (kept.second.toLower() == name.toLower())
-                    throw catalogue.lineError(s.number, QStringLiteral("the Name \"%1\" is already the soil %2 of the base database %3")
-                                                            .arg(name).arg(kept.first).arg(opt.basePath));
-            }
-        }
-    }
-    for (const auto &s : catalogue.soils())
-        soilNames[s.number] = QString::fromStdString(s.name);
-    if (soilNames.empty())
+    prepareDrops(p);
+    prepareCatalogue(p);
+    if (p.soilNames.empty())
         throw UlvexError(TrickleBuildErrors::Usage,
                          QStringLiteral("dropping every soil of the base database %1 would leave a database without soils").arg(opt.basePath));
 
     // The cases, in the fixed order in which they are written.
+    const SoilCatalogue &catalogue = p.catalogue;
     std::vector<TrickleBuildCase> &cases = p.cases;
     if (opt.only.empty()) {
         cases = sweepCases(catalogue.soils(), sweep);
@@ -544,6 +498,85 @@ TrickleBuild::Prepared TrickleBuild::prepare() const
             throw UlvexError(TrickleBuildErrors::Usage, QStringLiteral("--only: the case %1 is given twice").arg(caseName(*dup, sweep.flowRates)));
     }
     return p;
+}
+
+// The base's soils that stay, under the numbers they will have: the soils
+// after a dropped one move up to close its gap.
+void TrickleBuild::prepareDrops(Prepared &p) const
+{
+    const TrickleBuildOptions &opt = m_options;
+    if (!p.base)
+        return;
+    std::map<int, QString> &soilNames = p.soilNames;
+    for (const auto &s : p.base->soils())
+        soilNames[s.number] = s.name;
+    std::vector<int> &drops = p.drops;
+    drops = opt.dropSoils;
+    for (const QString &name : opt.dropSoilNames) {
+        const auto it = std::find_if(soilNames.begin(), soilNames.end(),
+                                     [&](const auto &s) { return s.second.compare(name, Qt::CaseInsensitive) == 0; });
+        if (it == soilNames.end())
+            throw UlvexError(TrickleBuildErrors::Usage,
+                             QStringLiteral("--drop-soil-named \"%1\": the base database %2 has no soil of that name").arg(name, opt.basePath));
+        if (std::count(drops.begin(), drops.end(), it->first))
+            throw UlvexError(TrickleBuildErrors::Usage,
+                             QStringLiteral("--drop-soil-named \"%1\" names the soil %2, which is dropped already").arg(name).arg(it->first));
+        drops.push_back(it->first);
+    }
+    std::sort(drops.begin(), drops.end());
+    for (int n : drops) {
+        const auto it = soilNames.find(n);
+        if (it == soilNames.end())
+            throw UlvexError(TrickleBuildErrors::Usage,
+                             QStringLiteral("--drop-soil %1: the base database %2 has no SoilTypeNo %1").arg(n).arg(opt.basePath));
+        p.droppedEntries << QStringLiteral("%1 %2 (%3)").arg(n).arg(it->second, p.date);
+        soilNames.erase(it);
+    }
+    std::map<int, QString> renumbered;
+    for (const auto &kept : soilNames) {
+        const int below = int(std::count_if(drops.begin(), drops.end(), [&](int d) { return d < kept.first; }));
+        const int moved = kept.first - below;
+        renumbered[moved] = kept.second;
+        if (moved != kept.first) {
+            p.moves.emplace_back(kept.first, moved);
+            const QString added = p.base->buildInfo(QStringLiteral("added_soil_%1").arg(kept.first));
+            if (!added.isEmpty())
+                p.movedAddedKeys.emplace_back(QStringLiteral("added_soil_%1").arg(moved), added);
+        }
+    }
+    soilNames.swap(renumbered);
+}
+
+// The catalogue's soils, numbered after the soils kept and checked against
+// them; they join the soil names.
+void TrickleBuild::prepareCatalogue(Prepared &p) const
+{
+    const TrickleBuildOptions &opt = m_options;
+    std::map<int, QString> &soilNames = p.soilNames;
+    SoilCatalogue &catalogue = p.catalogue;
+    if (opt.soilsPath.isEmpty())
+        return;
+    catalogue = SoilCatalogue::fromFile(opt.soilsPath);
+    // The added soils follow the last soil kept (the first soil of a full
+    // build is 1), numbered without gaps: the program takes a soil's place in
+    // its list for its number.
+    const qint64 firstNumber = soilNames.empty() ? 1 : qint64(soilNames.rbegin()->first) + 1;
+    if (!catalogue.hasSoilTypeNo())
+        catalogue.renumberFrom(firstNumber);
+    for (const auto &s : catalogue.soils()) {
+        const QString name = QString::fromStdString(s.name);
+        if (soilNames.count(s.number))
+            throw catalogue.lineError(s.number, QStringLiteral("SoilTypeNo %1 is already the soil \"%2\" of the base database %3")
+                                                    .arg(s.number).arg(soilNames[s.number], opt.basePath));
+        for (const auto &kept : soilNames) {
+            if (kept.second.compare(name, Qt::CaseInsensitive) == 0)
+                throw catalogue.lineError(s.number, QStringLiteral("the Name \"%1\" is already the soil %2 of the base database %3")
+                                                        .arg(name).arg(kept.first).arg(opt.basePath));
+        }
+    }
+    catalogue.requireNumbersFrom(firstNumber);
+    for (const auto &s : catalogue.soils())
+        soilNames[s.number] = QString::fromStdString(s.name);
 }
 
 void TrickleBuild::checkOutput(const QString &outPath, bool force)
@@ -573,6 +606,47 @@ TrickleBuildPlan TrickleBuild::plan() const
 
 TrickleBuildSummary TrickleBuild::run()
 {
+    // Refuse early, before waiting for the lock, when the options are wrong
+    // or the output's folder does not exist (the lock goes beside the output).
+    checkOptions();
+    const QDir outDir = QFileInfo(m_options.outPath).absoluteDir();
+    if (!outDir.exists())
+        throw UlvexError(TrickleBuildErrors::FileSystem, QStringLiteral("the folder %1 does not exist").arg(outDir.path()));
+    // From before the base is read until after the rename, no other build
+    // writes this output (see OutputLock).
+    std::unique_ptr<OutputLock> lock;
+    if (!m_options.outputLocked)
+        lock = std::make_unique<OutputLock>(m_options.outPath, m_log);
+    if (!m_options.baseIfMissing.isEmpty()) {
+        m_options.basePath = QFileInfo::exists(m_options.outPath) ? m_options.outPath : m_options.baseIfMissing;
+        m_options.baseIfMissing.clear();
+    }
+    m_tempPath.clear();
+    try {
+        return runLocked();
+    } catch (const UlvexError &e) {
+        if (m_tempPath.isEmpty() || !e.description().contains(m_tempPath))
+            throw;
+        throw writeError(e);
+    }
+}
+
+UlvexError TrickleBuild::writeError(const UlvexError &e) const
+{
+    // The temporary file is the build's own business: the user asked for the
+    // output, and a full disk or a file-size limit is told of the output.
+    QString what = e.description();
+    what.replace(m_tempPath + QStringLiteral(": "), QString());
+    what.replace(m_tempPath, QStringLiteral("the temporary file beside it"));
+    QString limit;
+    rlimit fsize{};
+    if (getrlimit(RLIMIT_FSIZE, &fsize) == 0 && fsize.rlim_cur != RLIM_INFINITY)
+        limit = QStringLiteral(" (files may grow to %1 bytes at most here: ulimit -f)").arg(qulonglong(fsize.rlim_cur));
+    return UlvexError(e.number(), QStringLiteral("cannot write %1: %2%3").arg(m_options.outPath, what, limit));
+}
+
+TrickleBuildSummary TrickleBuild::runLocked()
+{
     const TrickleBuildOptions &opt = m_options;
     Prepared p = prepare();
     const QString &date = p.date;
@@ -592,7 +666,8 @@ TrickleBuildSummary TrickleBuild::run()
     const QString shardText = sharded ? QStringLiteral("%1/%2").arg(opt.shard).arg(opt.shards) : QString();
     const QString label = sharded ? QStringLiteral("shard %1: ").arg(shardText) : QString();
 
-    // Refuse early, before hours of computing, when the output may not be written.
+    // Refuse before hours of computing when the output may not be written;
+    // it may also have appeared while this build waited for the lock.
     checkOutput(opt.outPath, opt.force);
     const QFileInfo outInfo(opt.outPath);
     const QDir outDir = outInfo.absoluteDir();
@@ -600,8 +675,13 @@ TrickleBuildSummary TrickleBuild::run()
     // The inputs of a shard are read while the base is still held by its read
     // transaction, so that they are what was checked.
     ShardInputs::Rows inputs;
-    if (sharded)
-        inputs = ShardInputs::collect(opt, ShardInputs::readFile(opt.soilsPath), ShardInputs::readFile(opt.basePath));
+    if (sharded) {
+        // the soils dropped by name recorded by number, as a merge repeats them
+        TrickleBuildOptions recorded = opt;
+        recorded.dropSoils = p.drops;
+        recorded.dropSoilNames.clear();
+        inputs = ShardInputs::collect(recorded, ShardInputs::readFile(opt.soilsPath), ShardInputs::readFile(opt.basePath));
+    }
 
     QString tempPath;
     {
@@ -612,6 +692,7 @@ TrickleBuildSummary TrickleBuild::run()
                              QStringLiteral("cannot create a temporary file in %1: %2").arg(outDir.path(), temp.errorString()));
         tempPath = temp.fileName();
     }
+    m_tempPath = tempPath;
     TempFileGuard guard(tempPath);
 
     // On a base, the whole base is copied first, so the output holds every table
@@ -629,7 +710,7 @@ TrickleBuildSummary TrickleBuild::run()
         baseSurfaceSource = p.base->buildInfo(QStringLiteral("surface_source"));
         m_log(QStringLiteral("trickle-build: %1base %2: %3 soil(s), %4 flow rate(s), %5 hour(s)%6")
                   .arg(label, opt.basePath).arg(p.base->soils().size()).arg(sweep.flowRates.size()).arg(sweep.hours)
-                  .arg(opt.dropSoils.empty() ? QString() : QStringLiteral("; dropping %1").arg(p.droppedEntries.join(QStringLiteral("; ")))));
+                  .arg(p.drops.empty() ? QString() : QStringLiteral("; dropping %1").arg(p.droppedEntries.join(QStringLiteral("; ")))));
         if (extend)
             p.base->copyTo(tempPath);
         p.base.reset();
@@ -639,7 +720,7 @@ TrickleBuildSummary TrickleBuild::run()
         writer.writeFlowRates(sweep.flowRates);
         writer.writeTimes(sweep.hours);
     } else {
-        for (int n : opt.dropSoils)
+        for (int n : p.drops)
             writer.dropSoil(n);
         for (const auto &m : p.moves)
             writer.renumberSoil(m.first, m.second);
@@ -721,7 +802,7 @@ TrickleBuildSummary TrickleBuild::run()
             {QStringLiteral("base_build_date"), baseBuildDate},
             {QStringLiteral("origin_build_date"), baseOrigin.isEmpty() ? baseBuildDate : baseOrigin},
         };
-        for (int n : opt.dropSoils)
+        for (int n : p.drops)
             writer.removeBuildInfo(QStringLiteral("added_soil_%1").arg(n));
         for (const auto &m : p.moves)
             writer.removeBuildInfo(QStringLiteral("added_soil_%1").arg(m.first));
@@ -730,7 +811,7 @@ TrickleBuildSummary TrickleBuild::run()
         // a base written before the source was recorded was built with the ponded disc
         if (baseSurfaceSource.isEmpty())
             info.emplace_back(QStringLiteral("surface_source"), surfaceSourceText(0));
-        if (!opt.dropSoils.empty())
+        if (!p.drops.empty())
             info.emplace_back(QStringLiteral("dropped_soils"), appendEntry(baseDropped, p.droppedEntries.join(QStringLiteral("; "))));
         if (!opt.soilsPath.isEmpty()) {
             info.emplace_back(QStringLiteral("added_catalogues"),

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "builder/CaseSpec.h"
+#include "base/UlvexError.h"
 
 #include <QString>
+#include <QStringList>
 #include <functional>
 #include <optional>
 #include <vector>
@@ -34,7 +36,19 @@ struct TrickleBuildOptions
     // the catalogue's soils are computed for its sweep and added, and dropSoils
     // are removed. The sweep options below must then be left unset.
     QString basePath;
+    // Instead of basePath: the base is the output itself when it exists, else
+    // this database (the shipped one, for a user's first soil). The choice is
+    // made once the output is locked, so two builds adding a soil each to a
+    // database that does not exist yet do not both start from the shipped one.
+    QString baseIfMissing;
     std::vector<int> dropSoils;   // SoilTypeNo of the base's soils to leave out
+    // Names of the base's soils to leave out (compared without regard to
+    // case): a soil is dropped by what it is, whatever number earlier drops
+    // have given it by the time the build holds the lock.
+    QStringList dropSoilNames;
+    // The caller holds the output's lock already (OutputLock; a merge takes it
+    // before it writes its inputs beside the output).
+    bool outputLocked = false;
     int threads = 0;              // 0: one per core
     std::optional<double> frontThreshold;          // default 0.1
     std::optional<std::vector<double>> flowRates;  // L/h; default 0.5, 1, 2, 4, 8
@@ -155,8 +169,14 @@ private:
     struct Prepared;
     void checkOptions() const;
     Prepared prepare() const;
+    void prepareDrops(Prepared &p) const;
+    void prepareCatalogue(Prepared &p) const;
+    TrickleBuildSummary runLocked();
+    // A failure to write the temporary database, told of the output.
+    UlvexError writeError(const UlvexError &e) const;
 
     TrickleBuildOptions m_options;
     Runner m_runner;
     Log m_log;
+    QString m_tempPath; // of the running build, once created
 };

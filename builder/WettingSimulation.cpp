@@ -1,6 +1,8 @@
 #include "builder/WettingSimulation.h"
 
 #include "builder/AxisymmetricMesh.h"
+#include "builder/CaseLimits.h"
+#include "builder/StepRescue.h"
 #include "builder/FrontTracker.h"
 #include "builder/RichardsSolver.h"
 #include "builder/VanGenuchten.h"
@@ -112,6 +114,9 @@ CaseResult WettingSimulation::run()
     const double firstHorizon = !m_set.remesh ? duration
                                 : earlyRemesh.empty() ? std::min(3600.0, duration) : earlyRemesh.front();
     AxisymmetricMesh mesh = meshFor(firstHorizon, 0, 0, 0, Shape());
+    CaseLimits limits(m_set.maxCaseSeconds, m_set.maxCells);
+    limits.allowsCells(mesh.cells());
+    StepRescue rescue(m_set, !buried && !(m_set.surfaceFluxRadius > 0));
     RichardsSolver solver(*soil, mesh, m_set);
     solver.setUniformHead(h0);
 
@@ -181,8 +186,10 @@ CaseResult WettingSimulation::run()
         }
         if (!grown)
             return;
-        ++m_growths;
         AxisymmetricMesh bigger(r, z);
+        if (!limits.allowsCells(bigger.cells()))
+            return;
+        ++m_growths;
         solver.growMesh(bigger, addedTop, h0);
     };
 
@@ -216,9 +223,14 @@ CaseResult WettingSimulation::run()
     double largestBeforeRemesh = largest;
     auto remeshFor = [&](double horizon, const FrontTracker::Extent& e) {
         const AxisymmetricMesh& m = solver.mesh();
-        largestBeforeRemesh = largest;
-        solver.remesh(meshFor(horizon, m.rFaces().back(), m.zFaces().back(), -m.zFaces().front(), shapeOf(e)),
-                      h0);
+        const double before = largest;
+        AxisymmetricMesh next = meshFor(horizon, m.rFaces().back(), m.zFaces().back(), -m.zFaces().front(), shapeOf(e));
+        if (!limits.allowsCells(next.cells())) {
+            largest = before;
+            return;
+        }
+        largestBeforeRemesh = before;
+        solver.remesh(next, h0);
         ++m_remeshes;
     };
     size_t nextEarly = 0;
@@ -234,6 +246,15 @@ CaseResult WettingSimulation::run()
     for (int hour = 1; hour <= m_spec.hours; ++hour) {
         const double tEnd = 3600.0 * hour;
         while (solver.time() < tEnd) {
+            limits.checkTime();
+            rescue.update(solver);
+            if (limits.stopped()) {
+                result.stopReason = limits.reason();
+                result.message = limits.message() + " at t = " + std::to_string(solver.time()) + " s for " + caseName(m_spec);
+                result.timeSteps = solver.acceptedSteps();
+                result.wallSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+                return result;
+            }
             if (nextEarly < earlyRemesh.size() && solver.time() >= earlyRemesh[nextEarly]) {
                 // an early remeshing time: a mesh for twice the time, shaped
                 // like the bulb is now
@@ -258,14 +279,8 @@ CaseResult WettingSimulation::run()
                 ++m_remeshesUndone;
                 continue;
             }
-            if (solver.suggestedStep() <= m_set.minStep) {
-                result.message = "the solver did not converge at t = "
-                                 + std::to_string(solver.time()) + " s for " + caseName(m_spec);
-                result.timeSteps = solver.acceptedSteps();
-                result.wallSeconds = std::chrono::duration<double>(
-                                         std::chrono::steady_clock::now() - started).count();
-                return result;
-            }
+            if (solver.suggestedStep() <= m_set.minStep && !rescue.start(solver))
+                limits.stop("no convergence", "the solver did not converge");
         }
         extent = FrontTracker::measure(solver.mesh(), solver.thetas(), threshold, 0.0, foot);
         FrontRow row;

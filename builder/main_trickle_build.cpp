@@ -16,6 +16,7 @@
 #include <QCoreApplication>
 #include <QLocale>
 
+#include <csignal>
 #include <cstdio>
 #include <functional>
 
@@ -47,6 +48,11 @@ int runReporting(const std::function<void()> &work)
 
 int main(int argc, char *argv[])
 {
+    // Under a file-size limit (ulimit -f) a write beyond it would kill the
+    // process with SIGXFSZ, without a word and leaving its temporary files;
+    // ignored, the write fails with EFBIG and the build reports it like a full
+    // disk, naming the output, and cleans up.
+    std::signal(SIGXFSZ, SIG_IGN);
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("trickle-build"));
     QCoreApplication::setApplicationVersion(QStringLiteral(ULVEX_VERSION));
@@ -97,6 +103,14 @@ int main(int argc, char *argv[])
     const QCommandLineOption dropOpt(QStringLiteral("drop-soil"),
                                      QStringLiteral("With --base: leave out this SoilTypeNo of the base (may be repeated)."),
                                      QStringLiteral("N"));
+    const QCommandLineOption baseIfMissingOpt(QStringLiteral("base-if-missing"),
+                                              QStringLiteral("Build on --out itself when it exists, else on this database (e.g. the shipped "
+                                                             "one); chosen once the output is locked. Instead of --base."),
+                                              QStringLiteral("file"));
+    const QCommandLineOption dropNamedOpt(QStringLiteral("drop-soil-named"),
+                                          QStringLiteral("With --base or --base-if-missing: leave out the base's soil of this name "
+                                                         "(compared without regard to case; may be repeated)."),
+                                          QStringLiteral("name"));
     const QCommandLineOption shardOpt(QStringLiteral("shard"),
                                       QStringLiteral("Compute only the K-th of N parts of the build (1 <= K <= N) into a partial database; "
                                                      "join the parts with --merge."),
@@ -112,7 +126,7 @@ int main(int argc, char *argv[])
                                                              "metres, never ponding (default: a ponded disc held at h = 0 whose radius "
                                                              "takes the whole flow)."),
                                               QStringLiteral("disc:R"));
-    parser.addOptions({soilsOpt, outOpt, baseOpt, dropOpt, flowsOpt, hoursOpt, threadsOpt, thresholdOpt, onlyOpt, keepGoingOpt,
+    parser.addOptions({soilsOpt, outOpt, baseOpt, baseIfMissingOpt, dropOpt, dropNamedOpt, flowsOpt, hoursOpt, threadsOpt, thresholdOpt, onlyOpt, keepGoingOpt,
                        forceOpt, dateOpt, shardOpt, mergeOpt, checkMeshOpt, surfaceSourceOpt});
     parser.addPositionalArgument(QStringLiteral("parts"), QStringLiteral("With --merge: the partial databases to join."),
                                  QStringLiteral("[PART...]"));
@@ -120,7 +134,7 @@ int main(int argc, char *argv[])
 
     if (parser.isSet(mergeOpt)) {
         // The parts carry the build's catalogue, base and options: nothing else to say.
-        for (const QCommandLineOption *o : {&soilsOpt, &baseOpt, &dropOpt, &flowsOpt, &hoursOpt, &threadsOpt, &thresholdOpt, &onlyOpt,
+        for (const QCommandLineOption *o : {&soilsOpt, &baseOpt, &baseIfMissingOpt, &dropOpt, &dropNamedOpt, &flowsOpt, &hoursOpt, &threadsOpt, &thresholdOpt, &onlyOpt,
                                             &keepGoingOpt, &shardOpt, &checkMeshOpt, &surfaceSourceOpt}) {
             if (parser.isSet(*o)) {
                 complain(QStringLiteral("--merge takes the parts, --out, --force and --build-date only; --%1 belongs to the builds "
@@ -147,7 +161,7 @@ int main(int argc, char *argv[])
         complain(QStringLiteral("unexpected argument \"%1\"; see --help").arg(parser.positionalArguments().first()));
         return 2;
     }
-    const bool dropOnly = parser.isSet(baseOpt) && parser.isSet(dropOpt);
+    const bool dropOnly = (parser.isSet(baseOpt) || parser.isSet(baseIfMissingOpt)) && (parser.isSet(dropOpt) || parser.isSet(dropNamedOpt));
     if ((!parser.isSet(soilsOpt) && !dropOnly) || !parser.isSet(outOpt)) {
         complain(QStringLiteral("both --soils and --out are needed (or --base, --drop-soil and --out); see --help"));
         return 2;
@@ -175,6 +189,8 @@ int main(int argc, char *argv[])
                                  QStringLiteral("--front-threshold \"%1\" is not a number").arg(parser.value(thresholdOpt)));
         }
         options.basePath = parser.value(baseOpt);
+        options.baseIfMissing = parser.value(baseIfMissingOpt);
+        options.dropSoilNames = parser.values(dropNamedOpt);
         for (const QString &n : parser.values(dropOpt)) {
             bool ok = false;
             options.dropSoils.push_back(n.toInt(&ok));
@@ -223,6 +239,9 @@ int main(int argc, char *argv[])
                 fine.refinement = 2.0 * settings.refinement;
                 const builder::CaseResult refined = builder::runCase(caseSpec, fine);
                 if (!refined.message.empty() || refined.reachedBoundary) {
+                    // the case fails for the halved cells' reason
+                    result.stopReason = refined.reachedBoundary ? std::string() : refined.stopReason;
+                    result.reachedBoundary = refined.reachedBoundary;
                     result.message = "the run with every cell size halved failed: " + refined.message;
                     result.fronts.clear();
                     return result;

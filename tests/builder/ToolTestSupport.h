@@ -187,7 +187,10 @@ inline QStringList folderEntries(const QString &dir)
     return QDir(dir).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
 }
 
-// A catalogue at `path` holding the soils of the given numbers of the catalogue `from`.
+// A catalogue at `path` holding the soils of the given numbers of the catalogue
+// `from` (whose first column is SoilTypeNo), in the order of that catalogue,
+// without the SoilTypeNo column: a full build numbers them 1, 2, ..., a build
+// on a base after the base's last soil, as the numbers must run without gaps.
 inline bool writeCatalogueSoils(const QString &from, const QString &path, const QList<int> &soils)
 {
     QByteArray out;
@@ -195,8 +198,9 @@ inline bool writeCatalogueSoils(const QString &from, const QString &path, const 
     for (const QByteArray &line : fileBytes(from).split('\n')) {
         if (line.startsWith('#') || line.trimmed().isEmpty())
             continue;
-        if (!header || soils.contains(line.left(line.indexOf(',')).toInt()))
-            out += line + '\n';
+        const int comma = line.indexOf(',');
+        if (!header || soils.contains(line.left(comma).toInt()))
+            out += line.mid(comma + 1) + '\n';
         header = true;
     }
     return writeFileBytes(path, out);
@@ -212,9 +216,10 @@ inline void addSignalRows()
 }
 
 // Starts `program`, waits until it has its temporary file beside the output
-// `dir`/`outName` (it is computing then), checks that nothing but that file
-// and SQLite's journal beside it has appeared, stops the program with `sig`
-// and checks that the folder holds again what it held before.
+// `dir`/`outName` (it is computing then), checks that nothing but that file,
+// SQLite's journal beside it and the output's lock has appeared, stops the
+// program with `sig` and checks that the folder holds again what it held
+// before.
 inline void stopWhileComputing(const QString &program, const QStringList &args, const QString &dir, const QString &outName, int sig)
 {
     const QStringList before = folderEntries(dir);
@@ -228,16 +233,18 @@ inline void stopWhileComputing(const QString &program, const QStringList &args, 
     QProcess p;
     p.start(program, args);
     QVERIFY(p.waitForStarted());
+    const QString lock = outName + QStringLiteral(".lock");
     QElapsedTimer t;
     t.start();
-    while (added().isEmpty() && t.elapsed() < 10000)
+    while (!added().join(QLatin1Char(' ')).contains(QStringLiteral(".part")) && t.elapsed() < 10000)
         QTest::qWait(20);
-    // Only the temporary file (and SQLite's journal beside it), never the output name.
+    // Only the temporary file (and SQLite's journal beside it) and the lock,
+    // never the output name.
     const QStringList during = added();
-    QVERIFY(!during.isEmpty());
     QVERIFY2(during.first().endsWith(QStringLiteral(".part")), qPrintable(during.join(QLatin1Char(' '))));
+    QVERIFY2(during.contains(lock), qPrintable(during.join(QLatin1Char(' '))));
     for (const QString &e : during)
-        QVERIFY2(e.startsWith(prefix), qPrintable(e));
+        QVERIFY2(e.startsWith(prefix) || e == lock, qPrintable(e));
     QTest::qWait(300);
     QCOMPARE(p.state(), QProcess::Running);
     QCOMPARE(::kill(pid_t(p.processId()), sig), 0);

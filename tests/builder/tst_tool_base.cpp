@@ -84,6 +84,19 @@ QStringList dirEntries(const QTemporaryDir &dir)
     return QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
 }
 
+// Overwrites a page in the middle of the database file with noise, as a
+// failing disk would.
+bool damagePage(const QString &path)
+{
+    QByteArray bytes = fileBytes(path);
+    const int page = 4096, pages = int(bytes.size()) / page;
+    if (pages < 4)
+        return false;
+    for (int i = 0; i < page; ++i)
+        bytes[(pages / 2) * page + i] = char((i * 37 + 11) & 0xff);
+    return writeFileBytes(path, bytes);
+}
+
 bool hasSoilType(const ToolDb &db, const QString &table)
 {
     return db.columns(table).contains(QStringLiteral("SoilType INTEGER"));
@@ -217,7 +230,7 @@ private slots:
         QCOMPARE(after.value(QStringLiteral("SELECT count(*) FROM BuildInfo WHERE key = 'dropped_soils'")).toInt(), 0);
         QCOMPARE(after.buildInfo(QStringLiteral("cases")), QStringLiteral("168"));
         QCOMPARE(after.buildInfo(QStringLiteral("max_mass_balance_case")), QStringLiteral("soil 14 (Chalk), 1.6 L/h, -10 m, buried"));
-        const double largest = 1e-4 * 14 + 1e-5 * 1.6 + 1e-6 * 10 + 1e-7;
+        const double largest = standInMassBalance(14, 1.6, -10, true);
         QVERIFY(qAbs(after.buildInfo(QStringLiteral("max_mass_balance_error")).toDouble() - largest) < 1e-9);
         QVERIFY(qAbs(sum.largestMassBalanceError - largest) < 1e-15);
         // The base's own record stays: its catalogue, sweep and solver.
@@ -226,26 +239,27 @@ private slots:
         QCOMPARE(after.buildInfo(QStringLiteral("hours")), QStringLiteral("3"));
         QCOMPARE(after.buildInfo(QStringLiteral("front_threshold")), QStringLiteral("0.2"));
 
-        // A second build on the first: numbered soils keep their numbers, the
+        // A second build on the first: numbered soils keep their numbers (which
+        // must follow the base's last soil), the
         // origin stays the full build, the catalogues add up.
-        const QString marl = writeCatalogue(dir.path(), QStringLiteral("marl.csv"), kHeader, {"20,Marl,fine,40,test soil,0.07,0.4,0.01,1.2,3"});
+        const QString marl = writeCatalogue(dir.path(), QStringLiteral("marl.csv"), kHeader, {"15,Marl,fine,40,test soil,0.07,0.4,0.01,1.2,3"});
         TrickleBuildOptions second = addOptions(o.outPath, marl, dir.filePath(QStringLiteral("second.db")));
         second.buildDate = QStringLiteral("2026-03-03T00:00:00Z");
         standInBuild(second);
         ToolDb chain(second.outPath);
         compareKeptRows(after, chain, QStringLiteral("1,2,3,4,5,6,7,8,9,10,11,12,13,14"), kChangedKeys);
         QCOMPARE(chain.rows(QStringLiteral("SELECT SoilTypeNo, Name FROM SoilTypeData WHERE SoilTypeNo > 14")),
-                 QList<QVariantList>({{20, "Marl"}}));
+                 QList<QVariantList>({{15, "Marl"}}));
         QCOMPARE(chain.buildInfo(QStringLiteral("base_database")), QStringLiteral("added.db"));
         QCOMPARE(chain.buildInfo(QStringLiteral("base_build_date")), kAddDate);
         QCOMPARE(chain.buildInfo(QStringLiteral("origin_build_date")), kBaseDate);
         QCOMPARE(chain.buildInfo(QStringLiteral("added_catalogues")),
                  QStringLiteral("peat.csv (%1); marl.csv (2026-03-03T00:00:00Z)").arg(kAddDate));
         QCOMPARE(chain.buildInfo(QStringLiteral("added_soil_13")), kAddDate);
-        QCOMPARE(chain.buildInfo(QStringLiteral("added_soil_20")), QStringLiteral("2026-03-03T00:00:00Z"));
+        QCOMPARE(chain.buildInfo(QStringLiteral("added_soil_15")), QStringLiteral("2026-03-03T00:00:00Z"));
         QCOMPARE(chain.buildInfo(QStringLiteral("cases")), QStringLiteral("180"));
-        QCOMPARE(chain.buildInfo(QStringLiteral("max_mass_balance_case")), QStringLiteral("soil 20 (Marl), 1.6 L/h, -10 m, buried"));
-        QCOMPARE(exportRows(chain, QStringLiteral("BuriedData"), 20).first().first().toInt(), 14 * 2 * kBaseHours + 1);
+        QCOMPARE(chain.buildInfo(QStringLiteral("max_mass_balance_case")), QStringLiteral("soil 15 (Marl), 1.6 L/h, -10 m, buried"));
+        QCOMPARE(exportRows(chain, QStringLiteral("BuriedData"), 15).first().first().toInt(), 14 * 2 * kBaseHours + 1);
     }
 
     void baseWithoutInitialHeadsRecord()
@@ -336,6 +350,13 @@ private slots:
                                                    << QStringLiteral("line 2: the Name \"SAND\" is already the soil 1 of the base database ");
         QTest::newRow("name twice in the catalogue") << false << QStringList({kPeat, kChalk, "PEAT,organic,5,test soil,0.05,0.6,0.05,1.5,50"})
                                                      << QStringLiteral("line 4: the Name \"PEAT\" was already given on line 2");
+        // The program takes a soil's place in its list for its number: 14
+        // after the base's 12 would leave 13 out.
+        QTest::newRow("gap after the base") << true << QStringList({"14,Peat,organic,5,test soil,0.05,0.6,0.05,1.5,50"})
+                                            << QStringLiteral("line 2: SoilTypeNo 14 leaves a gap: the soils must be numbered 13, 14, ...");
+        QTest::newRow("gap among the added") << true << QStringList({"13,Peat,organic,5,test soil,0.05,0.6,0.05,1.5,50",
+                                                                      "15,Chalk,medium,10,test soil,0.04,0.4,0.02,1.4,20"})
+                                             << QStringLiteral("line 3: SoilTypeNo 15 leaves a gap");
     }
 
     void catalogueClashes()
@@ -370,6 +391,9 @@ private slots:
         QTest::newRow("no hours") << "DELETE FROM TimeData" << "does not hold the hours 1, 2, 3";
         QTest::newRow("odd initial heads") << "UPDATE BuildInfo SET value = '-3,-5' WHERE key = 'initial_heads_m'"
                                            << "has the initial_heads_m \"-3,-5\" in BuildInfo";
+        // Found before anything is computed, and told of the base rather than
+        // of the copy written from it.
+        QTest::newRow("damaged page") << "damage" << "is damaged: SQLite's integrity check";
     }
 
     void badBase()
@@ -386,6 +410,8 @@ private slots:
             QVERIFY(writeFileBytes(base, "SoilTypeNo,Name\n1,Sand\n"));
         else if (kind == QLatin1String("empty"))
             QVERIFY(writeFileBytes(base, QByteArray()));
+        else if (kind == QLatin1String("damage"))
+            QVERIFY(damagePage(buildBase(dir.path())));
         else
             QVERIFY(execSql(buildBase(dir.path()), {kind}));
         const QStringList entriesBefore = dirEntries(dir);
@@ -663,6 +689,90 @@ private slots:
         QCOMPARE(dirEntries(dir), QStringList({"base.db"}));
     }
 
+    void lastSoilAtTheLargestNumber()
+    {
+        // A base whose last soil has the largest SoilTypeNo leaves no number
+        // for an added soil: refused, not wrapped round to a negative one.
+        QTemporaryDir dir;
+        const QString base = buildBase(dir.path());
+        QStringList renumber;
+        for (const QString &t : ToolDb(base).tables()) {
+            if (hasSoilType(ToolDb(base), t))
+                renumber << QStringLiteral("UPDATE \"%1\" SET SoilType = 2147483647 WHERE SoilType = 12").arg(t);
+        }
+        renumber << QStringLiteral("UPDATE SoilTypeData SET SoilTypeNo = 2147483647 WHERE SoilTypeNo = 12");
+        QVERIFY(execSql(base, renumber));
+        const QString soils = writeCatalogue(dir.path(), QStringLiteral("peat.csv"), kUnnumberedHeader, {kPeat});
+        expectRefused(addOptions(base, soils, dir.filePath(QStringLiteral("out.db"))), TrickleBuildErrors::Catalogue, soils,
+                      QStringLiteral("its soils would be numbered 2147483648 to 2147483648, beyond the largest SoilTypeNo 2147483647"));
+        QCOMPARE(dirEntries(dir), QStringList({"base.db", "peat.csv"}));
+    }
+
+    void dropByName()
+    {
+        // A soil dropped by its name (without regard to case) is dropped as by
+        // its number; the record is the same.
+        QTemporaryDir dir;
+        const QString base = buildBase(dir.path());
+        TrickleBuildOptions byNumber = addOptions(base, QString(), dir.filePath(QStringLiteral("number.db")));
+        byNumber.dropSoils = {4, 9};
+        standInBuild(byNumber);
+        TrickleBuildOptions byName = addOptions(base, QString(), dir.filePath(QStringLiteral("name.db")));
+        byName.dropSoils = {9};
+        byName.dropSoilNames = {QStringLiteral("lOAM")};
+        standInBuild(byName);
+        QCOMPARE(fileBytes(byName.outPath), fileBytes(byNumber.outPath));
+        QCOMPARE(ToolDb(byName.outPath).buildInfo(QStringLiteral("dropped_soils")),
+                 QStringLiteral("4 Loam (%1); 9 Silty Clay Loam (%1)").arg(kAddDate));
+
+        TrickleBuildOptions o = addOptions(base, QString(), dir.filePath(QStringLiteral("out.db")));
+        o.dropSoilNames = {QStringLiteral("Peat")};
+        expectRefused(o, TrickleBuildErrors::Usage, QStringLiteral("--drop-soil-named \"Peat\": the base database %1 has no soil of that name").arg(base));
+        o.dropSoilNames = {QStringLiteral("Loam"), QStringLiteral("LOAM")};
+        expectRefused(o, TrickleBuildErrors::Usage, QStringLiteral("--drop-soil-named \"LOAM\" is given twice"));
+        o.dropSoilNames = {QStringLiteral("Loam")};
+        o.dropSoils = {4};
+        expectRefused(o, TrickleBuildErrors::Usage, QStringLiteral("--drop-soil-named \"Loam\" names the soil 4, which is dropped already"));
+        QCOMPARE(dirEntries(dir), QStringList({"base.db", "name.db", "number.db"}));
+    }
+
+    void baseIfMissing()
+    {
+        // The output itself is the base when it exists, else the fallback
+        // (the shipped database, for a user's first soil).
+        QTemporaryDir dir;
+        const QString shipped = buildBase(dir.path(), QStringLiteral("shipped.db"));
+        const QString user = dir.filePath(QStringLiteral("user.db"));
+        const QString peat = writeCatalogue(dir.path(), QStringLiteral("peat.csv"), kUnnumberedHeader, {kPeat});
+        const QString chalk = writeCatalogue(dir.path(), QStringLiteral("chalk.csv"), kUnnumberedHeader, {kChalk});
+        TrickleBuildOptions first = addOptions(QString(), peat, user);
+        first.baseIfMissing = shipped;
+        standInBuild(first);
+        // the same as with the shipped database given as the base
+        TrickleBuildOptions plain = addOptions(shipped, peat, dir.filePath(QStringLiteral("plain.db")));
+        standInBuild(plain);
+        QCOMPARE(fileBytes(user), fileBytes(plain.outPath));
+
+        TrickleBuildOptions second = addOptions(QString(), chalk, user);
+        second.baseIfMissing = shipped;
+        // the output exists, and is then the base it replaces: --force as for --base
+        expectRefused(second, TrickleBuildErrors::OutputExists, user + QStringLiteral(" exists already"));
+        second.force = true;
+        standInBuild(second);
+        ToolDb db(user);
+        QCOMPARE(db.rows(QStringLiteral("SELECT SoilTypeNo, Name FROM SoilTypeData WHERE SoilTypeNo > 12")),
+                 QList<QVariantList>({{13, QStringLiteral("Peat")}, {14, QStringLiteral("Chalk")}}));
+        QCOMPARE(db.buildInfo(QStringLiteral("base_database")), QStringLiteral("user.db"));
+        // and a soil is dropped the same way
+        TrickleBuildOptions drop = addOptions(QString(), QString(), user);
+        drop.baseIfMissing = shipped;
+        drop.dropSoilNames = {QStringLiteral("peat")};
+        drop.force = true;
+        standInBuild(drop);
+        QCOMPARE(ToolDb(user).rows(QStringLiteral("SELECT SoilTypeNo, Name FROM SoilTypeData WHERE SoilTypeNo > 12")),
+                 QList<QVariantList>({{13, QStringLiteral("Chalk")}}));
+    }
+
     void sweepOptionsRefusedWithABase_data()
     {
         QTest::addColumn<int>("which");
@@ -672,7 +782,10 @@ private slots:
         QTest::newRow("--front-threshold") << 2 << "--front-threshold cannot be used with --base";
         QTest::newRow("--only") << 3 << "--only cannot be used with --base";
         QTest::newRow("nothing to do") << 4 << "--base needs --soils (soils to add) or --drop-soil";
-        QTest::newRow("--drop-soil without --base") << 5 << "--drop-soil needs --base";
+        QTest::newRow("--drop-soil without --base") << 5 << "--drop-soil and --drop-soil-named need --base";
+        QTest::newRow("--drop-soil-named without --base") << 6 << "--drop-soil and --drop-soil-named need --base";
+        QTest::newRow("--base and --base-if-missing") << 7 << "--base and --base-if-missing cannot be used together";
+        QTest::newRow("--base-if-missing with --shard") << 8 << "--base-if-missing cannot be used with --shard";
     }
 
     void sweepOptionsRefusedWithABase()
@@ -688,7 +801,10 @@ private slots:
         case 2: o.frontThreshold = kBaseThreshold; break;
         case 3: o.only = {TrickleBuild::parseCase(QStringLiteral("1,1,3,surface"))}; break;
         case 4: o.soilsPath.clear(); break;
-        default: o.basePath.clear(); o.dropSoils = {3}; break;
+        case 5: o.basePath.clear(); o.dropSoils = {3}; break;
+        case 6: o.basePath.clear(); o.dropSoilNames = {QStringLiteral("Loam")}; break;
+        case 7: o.baseIfMissing = base; break;
+        default: o.basePath.clear(); o.baseIfMissing = base; o.shards = 2; o.shard = 1; break;
         }
         expectRefused(o, TrickleBuildErrors::Usage, message);
         QCOMPARE(dirEntries(dir), QStringList({"base.db"}));

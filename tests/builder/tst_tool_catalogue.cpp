@@ -9,6 +9,7 @@
 #include <QtTest>
 
 #include <cmath>
+#include <limits>
 
 namespace {
 
@@ -167,12 +168,31 @@ private slots:
         add("duplicate number", catalogueWith({"1,Loam,medium,20,USDA loam,0.078,0.43,0.036,1.56,24.96"}), 4, "SoilTypeNo 1 was already given on line 3");
         add("duplicate name", catalogueWith({"", "# gap", "2,sand,medium,20,USDA loam,0.078,0.43,0.036,1.56,24.96"}), 6, "already given on line 3");
         add("empty name", catalogueWith({"2,,medium,20,USDA loam,0.078,0.43,0.036,1.56,24.96"}), 4, "the Name is empty");
-        add("theta_s below theta_r", catalogueWith({"2,Loam,medium,20,USDA loam,0.45,0.43,0.036,1.56,24.96"}), 4, "theta_s 0.43 is not greater than theta_r 0.45");
-        add("theta_s above one", catalogueWith({"2,Loam,medium,20,USDA loam,0.078,1.2,0.036,1.56,24.96"}), 4, "theta_s 1.2 is greater than 1");
-        add("negative theta_r", catalogueWith({"2,Loam,medium,20,USDA loam,-0.01,0.43,0.036,1.56,24.96"}), 4, "theta_r -0.01 is negative");
-        add("n not above one", catalogueWith({"2,Loam,medium,20,USDA loam,0.078,0.43,0.036,1.0,24.96"}), 4, "n 1 must be greater than 1");
-        add("alpha not positive", catalogueWith({"2,Loam,medium,20,USDA loam,0.078,0.43,-0.036,1.56,24.96"}), 4, "alpha must be positive");
-        add("Ks zero", catalogueWith({"2,Loam,medium,20,USDA loam,0.078,0.43,0.036,1.56,0"}), 4, "Ks must be positive");
+        add("theta_s below theta_r", catalogueWith({"2,Loam,medium,20,USDA loam,0.2,0.25,0.036,1.56,24.96"}), 4,
+            "theta_s 0.25 must exceed theta_r 0.2 by at least 0.1 m3/m3");
+        add("theta_s above one", catalogueWith({"2,Loam,medium,20,USDA loam,0.078,1.2,0.036,1.56,24.96"}), 4,
+            "theta_s 1.2 m3/m3 lies outside 0.25 to 0.7 m3/m3");
+        add("negative theta_r", catalogueWith({"2,Loam,medium,20,USDA loam,-0.01,0.43,0.036,1.56,24.96"}), 4, "theta_r -0.01 m3/m3 lies outside");
+        add("n not above one", catalogueWith({"2,Loam,medium,20,USDA loam,0.078,0.43,0.036,1.0,24.96"}), 4, "n 1 lies outside 1.09 to 2.8");
+        add("n beyond the range", catalogueWith({"2,Loam,medium,20,USDA loam,0.078,0.43,0.036,10,24.96"}), 4, "n 10 lies outside");
+        add("alpha not positive", catalogueWith({"2,Loam,medium,20,USDA loam,0.078,0.43,-0.036,1.56,24.96"}), 4, "alpha -3.6 1/m lies outside");
+        add("alpha too small", catalogueWith({"2,Loam,medium,20,USDA loam,0.078,0.43,0.0001,1.56,24.96"}), 4, "alpha 0.01 1/m lies outside 0.2 to 15 1/m");
+        add("Ks zero", catalogueWith({"2,Loam,medium,20,USDA loam,0.078,0.43,0.036,1.56,0"}), 4, "Ks 0 m/s lies outside");
+        add("Ks of a gravel", catalogueWith({"2,Loam,medium,20,USDA loam,0.078,0.43,0.036,1.56,8.64e9"}), 4, "Ks 1000 m/s lies outside 1e-08 to 0.0001 m/s");
+        add("every problem", catalogueWith({"2,Loam,medium,20,USDA loam,0.69,0.7,0.0001,10,8.64e9"}), 4,
+            "theta_r 0.69 m3/m3 lies outside 0 to 0.25 m3/m3; alpha 0.01 1/m lies outside 0.2 to 15 1/m; n 10 lies outside 1.09 to 2.8; Ks 1000 m/s");
+        add("Ks not suiting alpha", catalogueWith({"2,Clay,fine,60,USDA clay,0.068,0.38,0.008,1.09,864"}), 4,
+            "Ks 0.0001 m/s does not suit alpha 0.8 1/m and n 1.09: fine-textured soils (n below 1.85) with pores of that size are accepted "
+            "with Ks from 1e-08 to 1.28e-06 m/s");
+        add("high alpha, small n", catalogueWith({"2,Loam,medium,20,USDA loam,0.078,0.43,0.15,1.56,24.96"}), 4,
+            "alpha 15 1/m does not suit n 1.56: fine-textured soils (n below 1.85) are accepted with alpha from 0.2 to 8 1/m");
+        add("NUL in the name", catalogueWith({QStringLiteral("2,Lo") + QChar(0) + QStringLiteral("am,medium,20,USDA loam,0.078,0.43,0.036,1.56,24.96")}), 4,
+            "the Name holds a character that is not printable (U+0000) at position 3");
+        add("carriage return in the name", catalogueWith({"2,\"Lo\ram\",medium,20,USDA loam,0.078,0.43,0.036,1.56,24.96"}), 4, "(U+000d)");
+        add("long name", catalogueWith({QStringLiteral("2,%1,medium,20,USDA loam,0.078,0.43,0.036,1.56,24.96").arg(QString(101, QLatin1Char('L')))}), 4,
+            "the Name has 101 characters; at most 100 are allowed");
+        add("long classification", catalogueWith({QStringLiteral("2,Loam,medium,20,%1,0.078,0.43,0.036,1.56,24.96").arg(QString(201, QLatin1Char('c')))}), 4,
+            "the Soil Classification has 201 characters; at most 200 are allowed");
         add("clay out of range", catalogueWith({"2,Loam,medium,120,USDA loam,0.078,0.43,0.036,1.56,24.96"}), 4, "Clay (%) 120 is outside 0 to 100");
         add("open quote", catalogueWith({"2,\"Loam,medium,20,USDA loam,0.078,0.43,0.036,1.56,24.96"}), 4, "a quote in field 2 is not closed");
         add("text after quote", catalogueWith({"2,\"Loam\"x,medium,20,USDA loam,0.078,0.43,0.036,1.56,24.96"}), 4, "text after a closing quote in field 2");
@@ -201,6 +221,51 @@ private slots:
             const QString prefix = QStringLiteral("bad.csv line %1: ").arg(line);
             QVERIFY2(e.description().startsWith(prefix), qPrintable(e.description()));
             QVERIFY2(e.description().contains(what), qPrintable(e.description()));
+        }
+    }
+
+    void numbersWithoutGaps()
+    {
+        // The program takes a soil's place in its list for its number: the
+        // numbers must run on from the first one without a gap.
+        const SoilCatalogue cat = SoilCatalogue::fromText(
+            catalogueWith({QStringLiteral("2,Loam,medium,20,USDA loam,0.078,0.43,0.036,1.56,24.96"),
+                           QStringLiteral("4,Silt,medium,6,USDA silt,0.034,0.46,0.016,1.37,6.0")}),
+            QStringLiteral("gap.csv"));
+        try {
+            cat.requireNumbersFrom(1);
+            QFAIL("the gap after 2 was accepted");
+        } catch (const UlvexError &e) {
+            QCOMPARE(e.number(), int(TrickleBuildErrors::Catalogue));
+            QVERIFY2(e.description().startsWith(QStringLiteral("gap.csv line 5: SoilTypeNo 4 leaves a gap: the soils must be numbered 1, 2, ...")),
+                     qPrintable(e.description()));
+        }
+        // Not starting at the first number (13 after a base's 12 soils) is a gap too.
+        try {
+            cat.requireNumbersFrom(13);
+            QFAIL("soils numbered from 1 were accepted after 12");
+        } catch (const UlvexError &e) {
+            QVERIFY2(e.description().startsWith(QStringLiteral("gap.csv line 3: SoilTypeNo 1 leaves a gap")), qPrintable(e.description()));
+        }
+        const SoilCatalogue good = SoilCatalogue::fromText(
+            catalogueWith({QStringLiteral("2,Loam,medium,20,USDA loam,0.078,0.43,0.036,1.56,24.96")}), QStringLiteral("good.csv"));
+        good.requireNumbersFrom(1);
+    }
+
+    void numbersWithinRange()
+    {
+        // After a base whose last soil is the largest int the next number does
+        // not exist: refused rather than wrapped round to a negative one.
+        SoilCatalogue cat = SoilCatalogue::fromText(QStringLiteral(
+            "Name,Texture,Clay (%),Soil Classification,theta_r,theta_s,alpha (1/cm),n,Ks (cm/day)\n"
+            "Field 7,medium,,lab sample,0.078,0.43,0.036,1.56,24.96\n"), QStringLiteral("u.csv"));
+        cat.renumberFrom(qint64(std::numeric_limits<int>::max()));
+        QCOMPARE(cat.soils().front().number, std::numeric_limits<int>::max());
+        try {
+            cat.renumberFrom(qint64(std::numeric_limits<int>::max()) + 1);
+            QFAIL("a number beyond the largest SoilTypeNo was given");
+        } catch (const UlvexError &e) {
+            QVERIFY2(e.description().contains(QStringLiteral("beyond the largest SoilTypeNo 2147483647")), qPrintable(e.description()));
         }
     }
 
