@@ -114,8 +114,11 @@ void BuilderProcess::readLines()
             continue;
         m_lines << line;
         QString elapsed, left;
+        static const QRegularExpression waitingFor(QStringLiteral("^trickle-build: waiting for .*: it is locked by (.*)$"));
         if (parseProgress(line, &m_done, &m_total, &elapsed, &left))
             emit progress(m_done, m_total, elapsed, left);
+        else if (const QRegularExpressionMatch m = waitingFor.match(line); m.hasMatch())
+            emit waiting(m.captured(1));
     }
 }
 

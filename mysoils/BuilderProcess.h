@@ -48,6 +48,9 @@ public:
 signals:
     void started();
     void progress(int done, int total, const QString &elapsed, const QString &left);
+    // The builder waits for another program that writes the same database
+    // (another Ulvex, or the command line): `holder` says which.
+    void waiting(const QString &holder);
     // ok: the builder wrote its database. message: what it said last (its own
     // error text on failure), or why it could not run.
     void finished(bool ok, const QString &message);

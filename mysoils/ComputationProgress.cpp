@@ -43,6 +43,10 @@ ComputationProgress::ComputationProgress(SoilComputation *computation, QWidget *
     connect(cmdCancel, &QToolButton::clicked, this, &ComputationProgress::cmdCancel_Click);
     connect(computation, &SoilComputation::started, this, &ComputationProgress::begin);
     connect(computation, &SoilComputation::progress, this, &ComputationProgress::showProgress);
+    connect(computation, &SoilComputation::waiting, this, [this](const QString &holder) {
+        m_cases = QStringLiteral("waiting until %1 has finished writing your soils").arg(holder);
+        tick();
+    });
     connect(computation, &SoilComputation::finished, this, &ComputationProgress::end);
     m_ticker.setInterval(1000);
     connect(&m_ticker, &QTimer::timeout, this, &ComputationProgress::tick);

@@ -65,18 +65,21 @@ QStringList MySoils::takenNames()
 
 QStringList MySoils::addArguments(const QString &catalogue)
 {
-    return {QStringLiteral("--soils"), catalogue, QStringLiteral("--base"), base(),
+    // The base is chosen by the builder once it holds the lock of the user's
+    // database: that database when it exists (whatever another Ulvex or the
+    // command line wrote meanwhile), else the shipped one.
+    return {QStringLiteral("--soils"), catalogue, QStringLiteral("--base-if-missing"), UserDatabase::shippedPath(),
             QStringLiteral("--out"), UserDatabase::userPath(), QStringLiteral("--force")};
 }
 
-QStringList MySoils::removeArguments(int number, const QString &name)
+QStringList MySoils::removeArguments(const QString &name)
 {
-    Q_UNUSED(name)
     const QList<UserDatabase::Soil> soils = userSoils();
     if (soils.size() <= 1)
         return {};
+    // By name: the number may have moved by the time the builder holds the lock.
     const QString user = UserDatabase::userPath();
-    return {QStringLiteral("--base"), user, QStringLiteral("--drop-soil"), QString::number(number),
+    return {QStringLiteral("--base"), user, QStringLiteral("--drop-soil-named"), name,
             QStringLiteral("--out"), user, QStringLiteral("--force")};
 }
 
@@ -88,6 +91,7 @@ bool MySoils::removeLast(QString *why)
     // A builder writing the file (another Ulvex, or the command line) holds
     // this lock; its result would otherwise bring the soil back.
     QLockFile lock(lockPath());
+    lock.setStaleLockTime(0); // a build may take long: only a dead holder's lock is stale
     if (!lock.tryLock(LockWaitMilliseconds)) {
         if (why)
             *why = QStringLiteral("%1 is being written by another program (%2); try again when it is done.")
@@ -109,6 +113,7 @@ QString MySoils::lockPath()
 QStringList MySoils::removeLeftovers()
 {
     QLockFile lock(lockPath());
+    lock.setStaleLockTime(0);
     if (!lock.tryLock(0))
         return {};
     const QFileInfo user(UserDatabase::userPath());

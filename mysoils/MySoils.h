@@ -27,13 +27,13 @@ public:
     // The names a new soil may not take: every soil of base().
     static QStringList takenNames();
 
-    // The builder's arguments that add the soils of `catalogue` to base()
-    // and write the user's database.
+    // The builder's arguments that add the soils of `catalogue` to the
+    // user's database, or to the shipped one when the user has none yet.
     static QStringList addArguments(const QString &catalogue);
-    // The arguments that write the user's database without the soil `name`
-    // (numbered `number` when the list was read). Empty when it is the user's
-    // last soil: the user's database then simply goes (see removeLast).
-    static QStringList removeArguments(int number, const QString &name);
+    // The arguments that write the user's database without the soil `name`.
+    // Empty when it is the user's last soil: the user's database then simply
+    // goes (see removeLast).
+    static QStringList removeArguments(const QString &name);
     // Deletes the user's database (its last soil removed), holding the lock
     // the builder holds while it writes that file. False, with the reason,
     // when it cannot be deleted.

@@ -18,15 +18,15 @@ struct Reason
 const Reason Reasons[] = {
     {"mass balance", "the computation lost track of the water: the water in the soil no longer "
                      "matched the water the emitter gave"},
-    {"recede", "the computed wetted soil shrank while the emitter was still giving water, which "
-               "cannot happen in a real soil"},
+    {"front recedes", "the computed wetted soil shrank while the emitter was still giving water, which "
+                      "cannot happen in a real soil"},
     {"no front", "no wetted zone could be told apart from the soil's initial wetness"},
-    {"front(s)", "no wetted zone could be told apart from the soil's initial wetness"},
+    {"domain edge", "the water spread beyond the largest block of soil that Ulvex computes"},
+    {"no convergence", "the computation could not find a solution"},
     {"time limit", "it took longer than Ulvex allows for one case"},
-    {"memory", "it needed more memory than Ulvex allows for one case"},
-    {"boundary", "the water spread beyond the largest block of soil that Ulvex computes"},
-    {"edge", "the water spread beyond the largest block of soil that Ulvex computes"},
-    {"solver failed", "the computation could not find a solution"},
+    {"memory limit", "it needed more memory than Ulvex allows for one case"},
+    {"incomplete", "the computation ended before the last hour"},
+    {"solver error", "the computation stopped with an error"},
 };
 
 // How a value is spread over its range: alpha and Ks across orders of
@@ -75,6 +75,11 @@ QString SoilAdvice::explain(const QString &builderMessage, const std::optional<S
                               "is not full and that your data folder can be written, then try again. "
                               "Your soils are as they were.")
             .arg(who);
+    if (builderMessage.contains(QLatin1String("error 3007")))
+        return QStringLiteral("Ulvex could not compute %1: your own database cannot be read, and Ulvex does "
+                              "not write over it. Move it aside (see Details for where it is and what is wrong "
+                              "with it) and add the soil again; Ulvex then starts a new database of your soils.")
+            .arg(who);
     if (!caseFailed)
         return QStringLiteral("Ulvex could not compute %1. Your soils are as they were.").arg(who);
 
@@ -92,10 +97,14 @@ QString SoilAdvice::explain(const QString &builderMessage, const std::optional<S
     return text + QStringLiteral("\n\nNothing was added; your soils are as they were.");
 }
 
-QString SoilAdvice::whatWentWrong(const QString &reason)
+QString SoilAdvice::whatWentWrong(const QString &builderMessage)
 {
+    // The builder names the reason with a fixed phrase after the case:
+    // "... surface: mass balance: the water balance is off by ...".
+    static const QRegularExpression phrase(QStringLiteral(", (?:surface|buried): ([a-z ]+):"));
+    const QString found = phrase.match(builderMessage).captured(1);
     for (const Reason &r : Reasons)
-        if (reason.contains(QLatin1String(r.phrase), Qt::CaseInsensitive))
+        if (found == QLatin1String(r.phrase))
             return QLatin1String(r.words);
     return QStringLiteral("the computation failed");
 }

@@ -25,6 +25,6 @@ public:
     static QString mostUnusualValue(const SoilEntry &soil);
 
 private:
-    static QString whatWentWrong(const QString &reason);
+    static QString whatWentWrong(const QString &builderMessage);
     static QString caseInWords(const QString &builderMessage);
 };

@@ -13,6 +13,7 @@ SoilComputation::SoilComputation(QObject *parent) : QObject(parent)
             [this](int done, int total, const QString &, const QString &left) {
                 emit progress(done, total, left);
             });
+    connect(m_builder, &BuilderProcess::waiting, this, &SoilComputation::waiting);
     connect(m_builder, &BuilderProcess::finished, this, &SoilComputation::onFinished);
 }
 

@@ -64,6 +64,7 @@ public:
 signals:
     void started();
     void progress(int done, int total, const QString &left);
+    void waiting(const QString &holder);
     void finished(bool ok, bool cancelled, const QString &message);
 
 private:

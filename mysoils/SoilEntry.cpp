@@ -1,5 +1,7 @@
 #include "mysoils/SoilEntry.h"
 
+#include "base/SoilRanges.h"
+
 #include <charconv>
 #include <cmath>
 
@@ -108,17 +110,57 @@ double SoilEntry::converted(double value, KsUnit from, KsUnit to)
     return tidy(value * toSi(from) / toSi(to));
 }
 
+namespace {
+
+// A range of the table in another unit: `factor` of that unit in SI.
+SoilEntry::Range shownIn(const SoilRanges::Range &si, double factor)
+{
+    return {tidy(si.low / factor), tidy(si.high / factor)};
+}
+
+} // namespace
+
+SoilEntry::Range SoilEntry::thetaRRange()
+{
+    return shownIn(SoilRanges::thetaR(), 1.0);
+}
+
+SoilEntry::Range SoilEntry::thetaSRange()
+{
+    return shownIn(SoilRanges::thetaS(), 1.0);
+}
+
+double SoilEntry::leastWaterRange()
+{
+    return SoilRanges::minWaterCapacity();
+}
+
+SoilEntry::Range SoilEntry::nRange()
+{
+    return shownIn(SoilRanges::n(), 1.0);
+}
+
 SoilEntry::Range SoilEntry::alphaRange(AlphaUnit unit)
 {
-    const double f = toSi(unit);
-    return {tidy(0.01 / f), tidy(100.0 / f)};
+    return shownIn(SoilRanges::alpha(), toSi(unit));
 }
 
 SoilEntry::Range SoilEntry::ksRange(KsUnit unit)
 {
-    const double f = toSi(unit);
-    // Rounded to the digits a user types: the limits are broad anyway.
-    return {tidy(1e-9 / f), tidy(1e-3 / f)};
+    return shownIn(SoilRanges::ks(), toSi(unit));
+}
+
+SoilEntry::Range SoilEntry::ksSuited() const
+{
+    // Three digits, rounded inward: every value shown is accepted.
+    const Range r = shownIn(SoilRanges::ksFor(alphaSi(), n), toSi(ksUnit));
+    const auto rounded = [](double v, double (*toward)(double)) {
+        if (!(v > 0))
+            return v;
+        const double scale = std::pow(10.0, std::floor(std::log10(v)) - 2);
+        return tidy(toward(v / scale) * scale);
+    };
+    return {rounded(r.low, std::ceil), rounded(r.high, std::floor)};
 }
 
 QString SoilEntry::numberText(double value)
@@ -136,6 +178,8 @@ QStringList SoilEntry::problems(const QStringList &takenNames) const
         p << QStringLiteral("Name: enter a name for the soil");
     else if (trimmed.size() > MaxNameLength)
         p << QStringLiteral("Name: at most %1 characters").arg(MaxNameLength);
+    else if (const QString bad = SoilRanges::nameProblem(trimmed); !bad.isEmpty())
+        p << QStringLiteral("Name: %1").arg(bad);
     else
         for (const QString &taken : takenNames)
             if (taken.trimmed().compare(trimmed, Qt::CaseInsensitive) == 0) {
@@ -150,18 +194,41 @@ QStringList SoilEntry::problems(const QStringList &takenNames) const
         p << QStringLiteral("Clay (%): %1, or leave it empty").arg(rangeText(clayRange()));
     if (classification.trimmed().size() > MaxClassificationLength)
         p << QStringLiteral("Classification: at most %1 characters").arg(MaxClassificationLength);
-    if (!inside(thetaR, thetaRRange()))
-        p << QStringLiteral("theta_r: %1 m3/m3").arg(rangeText(thetaRRange()));
-    if (!inside(thetaS, thetaSRange()))
-        p << QStringLiteral("theta_s: %1 m3/m3").arg(rangeText(thetaSRange()));
-    else if (inside(thetaR, thetaRRange()) && !(thetaR < thetaS))
-        p << QStringLiteral("theta_s: must be greater than theta_r (%1)").arg(numberText(thetaR));
-    if (!inside(alpha, alphaRange(alphaUnit)))
-        p << QStringLiteral("alpha: %1").arg(rangeText(alphaRange(alphaUnit), unitText(alphaUnit)));
-    if (!inside(n, nRange()))
-        p << QStringLiteral("n: greater than 1, %1").arg(rangeText(nRange()));
-    if (!inside(ks, ksRange(ksUnit)))
-        p << QStringLiteral("Ks: %1").arg(rangeText(ksRange(ksUnit), unitText(ksUnit)));
+    p << hydraulicProblems();
+    return p;
+}
+
+QStringList SoilEntry::hydraulicProblems() const
+{
+    QStringList p;
+    const auto range = [&p](const char *field, double v, const Range &r, const QString &unit) {
+        if (!inside(v, r))
+            p << QStringLiteral("%1: %2").arg(QLatin1String(field), rangeText(r, unit));
+    };
+    range("theta_r", thetaR, thetaRRange(), QStringLiteral("m3/m3"));
+    range("theta_s", thetaS, thetaSRange(), QStringLiteral("m3/m3"));
+    range("alpha", alpha, alphaRange(alphaUnit), unitText(alphaUnit));
+    range("n", n, nRange(), QString());
+    range("Ks", ks, ksRange(ksUnit), unitText(ksUnit));
+    if (!p.isEmpty())
+        return p;
+    // The joint rules of the table, told in the units shown.
+    for (const SoilRanges::Problem &problem : SoilRanges::problems(thetaR, thetaS, alphaSi(), n, ksSi())) {
+        if (problem.field == QLatin1String("theta_s"))
+            p << QStringLiteral("theta_s: at least %1 above theta_r (%2), so that the soil can take up water")
+                     .arg(numberText(leastWaterRange()), numberText(thetaR));
+        else if (problem.field == QLatin1String("alpha"))
+            p << QStringLiteral("alpha: with n %1 (a %2 soil), %3")
+                     .arg(numberText(n), QLatin1String(SoilRanges::familyOf(n).name),
+                          rangeText(shownIn(SoilRanges::familyOf(n).alpha, toSi(alphaUnit)), unitText(alphaUnit)));
+        else if (problem.field == QLatin1String("Ks"))
+            p << QStringLiteral("Ks: with alpha %1 %2 and n %3, %4 (Ks goes with the size of the pores that "
+                                "alpha stands for)")
+                     .arg(numberText(alpha), unitText(alphaUnit), numberText(n),
+                          rangeText(ksSuited(), unitText(ksUnit)));
+        else
+            p << problem.message;
+    }
     return p;
 }
 

@@ -51,17 +51,20 @@ public:
     static double converted(double value, AlphaUnit from, AlphaUnit to);
     static double converted(double value, KsUnit from, KsUnit to);
 
-    // The ranges of the single values. Broad physical limits: they hold every
-    // soil of the usual texture classes many times over, and keep out typing
-    // slips that would make the computation meaningless.
-    static Range thetaRRange() { return {0.0, 0.69}; }
-    static Range thetaSRange() { return {0.01, 0.7}; }
+    // The ranges of the single values, in the units shown: those of the
+    // program's one table of the soils it can compute (SoilRanges), which
+    // the database builder checks too. Within them, joint rules hold as well
+    // (see problems()).
+    static Range thetaRRange();
+    static Range thetaSRange();
     // The least water a soil may take up, theta_s - theta_r.
-    static double leastWaterRange() { return 0.01; }
-    static Range nRange() { return {1.01, 10.0}; }
+    static double leastWaterRange();
+    static Range nRange();
     static Range clayRange() { return {0.0, 100.0}; }
-    static Range alphaRange(AlphaUnit unit); // 0.01 to 100 1/m
-    static Range ksRange(KsUnit unit);       // 1e-9 to 1e-3 m/s
+    static Range alphaRange(AlphaUnit unit);
+    static Range ksRange(KsUnit unit);
+    // The Ks that suits this soil's alpha and n, in the unit of its Ks.
+    Range ksSuited() const;
     static constexpr int MaxNameLength = 40;
     static constexpr int MaxClassificationLength = 60;
 
@@ -70,9 +73,11 @@ public:
     double ksSi() const { return ks * toSi(ksUnit); }
 
     // Everything that keeps the soil from being computed, each naming its
-    // field; empty when it may be computed. `takenNames`: the soil names the
+    // field ("alpha: ..."), in the units shown; empty when it may be computed. `takenNames`: the soil names the
     // database holds already (compared without regard to case).
     QStringList problems(const QStringList &takenNames) const;
+    // Those of theta_r, theta_s, alpha, n and Ks alone.
+    QStringList hydraulicProblems() const;
 
     // A soil catalogue holding these soils, in the builder's format: a header
     // naming the columns with their units, then one line a soil. Without a

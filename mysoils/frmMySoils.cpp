@@ -206,7 +206,6 @@ void frmMySoils::cmdRemove_Click()
     if (item == nullptr || refuseWhileComputing())
         return;
     const QString name = item->text(0);
-    const int number = item->data(0, Qt::UserRole).toInt();
     const QStringList showing = m_windowsShowing ? m_windowsShowing(name) : QStringList();
     QString question = QStringLiteral("Remove the soil \"%1\" and its wetting fronts?").arg(name);
     if (!showing.isEmpty())
@@ -219,7 +218,7 @@ void frmMySoils::cmdRemove_Click()
     ask.setDefaultButton(QMessageBox::No);
     if (ask.exec() != QMessageBox::Yes)
         return;
-    const QStringList arguments = MySoils::removeArguments(number, name);
+    const QStringList arguments = MySoils::removeArguments(name);
     if (arguments.isEmpty()) {
         QString why;
         if (!MySoils::removeLast(&why))

@@ -166,10 +166,10 @@ private slots:
         QVERIFY2(text.startsWith("Name:") && text.contains("Loam"), qPrintable(text));
         QTRY_COMPARE(QApplication::focusWidget(), d.field(frmAddSoil::Name));
 
-        // theta_s not above theta_r.
+        // theta_s not far enough above theta_r for the soil to take up water.
         retype(d.field(frmAddSoil::Name), "North field");
-        d.field(frmAddSoil::ThetaR)->setText("0.3");
-        d.field(frmAddSoil::ThetaS)->setText("0.25");
+        d.field(frmAddSoil::ThetaR)->setText("0.2");
+        d.field(frmAddSoil::ThetaS)->setText(SoilEntry::numberText(0.2 + SoilEntry::leastWaterRange() / 2));
         answerNextMessage(&text);
         d.cmdOK_Click();
         QVERIFY2(text.startsWith("theta_s:"), qPrintable(text));
@@ -195,7 +195,8 @@ private slots:
         // The number follows the unit: still the same, too large, alpha.
         unit->setCurrentText("1/m");
         QCOMPARE(alpha->text(), QString("500"));
-        QVERIFY(alpha->toolTip().contains("100 1/m"));
+        QVERIFY(alpha->toolTip().contains(
+            SoilEntry::numberText(SoilEntry::alphaRange(SoilEntry::AlphaUnit::PerMetre).high) + " 1/m"));
         QTest::keyClick(alpha, Qt::Key_Tab);
         QCOMPARE(QApplication::focusWidget(), alpha);
         retype(alpha, "5");
@@ -297,7 +298,10 @@ private slots:
         QCOMPARE(d.field(frmAddSoil::Classification)->text(), QString("estimated from sand 40 %, silt 40 %, clay 20 %"));
         // Still the user's to change, and computed as any soil.
         d.field(frmAddSoil::Name)->setText("Estimated loam");
+        QString refused;
+        answerNextMessage(&refused);
         d.cmdOK_Click();
+        QVERIFY2(refused.isEmpty(), qPrintable(refused));
         QCOMPARE(d.result(), int(QDialog::Accepted));
         QVERIFY(close(d.entry().alphaSi(), withDensity.alpha));
     }

@@ -28,12 +28,17 @@ private slots:
     {
         QTest::addColumn<QString>("reason");
         QTest::addColumn<QString>("words");
-        QTest::newRow("balance") << "the mass balance error 29.8 % exceeds 0.1 %" << "lost track of the water";
-        QTest::newRow("recedes") << "the front recedes from hour 3 to hour 4" << "shrank while the emitter";
-        QTest::newRow("no front") << "no front at hour 1" << "no wetted zone";
-        QTest::newRow("time") << "stopped at the time limit of 600 s" << "took longer than Ulvex allows";
-        QTest::newRow("memory") << "stopped at the memory limit" << "more memory than Ulvex allows";
-        QTest::newRow("edge") << "a front reached the boundary of the solution domain" << "beyond the largest block";
+        QTest::newRow("balance") << "mass balance: the water balance is off by 29.8 % of the water given"
+                                 << "lost track of the water";
+        QTest::newRow("recedes") << "front recedes: r falls from 0.3 m at hour 3 to 0.2 m at hour 4"
+                                 << "shrank while the emitter";
+        QTest::newRow("no front") << "no front: the wetting front at hour 1 has no extent" << "no wetted zone";
+        QTest::newRow("edge") << "domain edge: a front reached the boundary" << "beyond the largest block";
+        QTest::newRow("convergence") << "no convergence: no time step converged" << "could not find a solution";
+        QTest::newRow("time") << "time limit: the case used more than 600 s" << "took longer than Ulvex allows";
+        QTest::newRow("memory") << "memory limit: more than 250000 cells" << "more memory than Ulvex allows";
+        QTest::newRow("incomplete") << "incomplete: the solver returned 0 front(s)" << "ended before the last hour";
+        QTest::newRow("solver error") << "solver error: bad_alloc" << "stopped with an error";
         QTest::newRow("other") << "something else entirely" << "the computation failed";
     }
     void reasonsInWords()
@@ -73,7 +78,7 @@ private slots:
             value = s.ks = SoilEntry::ksRange(s.ksUnit).high * 0.95;
         const QString named = SoilAdvice::mostUnusualValue(s);
         QVERIFY2(named.startsWith(expected.arg(SoilEntry::numberText(value))), qPrintable(named));
-        const QString text = SoilAdvice::explain(CaseLine.arg("the mass balance error 1 % exceeds 0.1 %"), s);
+        const QString text = SoilAdvice::explain(CaseLine.arg("mass balance: off by 1 %"), s);
         QVERIFY2(text.contains("The likely cause: " + named), qPrintable(text));
     }
 

@@ -2,6 +2,8 @@
 // the units, and the catalogue handed to the database builder.
 #include "mysoils/SoilEntry.h"
 
+#include "base/SoilRanges.h"
+
 #include <QtTest>
 
 namespace {
@@ -47,15 +49,16 @@ private slots:
         QCOMPARE(SoilEntry::toSi(SoilEntry::KsUnit::MetrePerDay), 1.0 / 86400);
         QCOMPARE(SoilEntry::toSi(SoilEntry::KsUnit::MetrePerSecond), 1.0);
         QCOMPARE(SoilEntry::toSi(SoilEntry::AlphaUnit::PerMetre), 1.0);
-        // The ranges are the same physical limits in every unit.
+        // The ranges are those of the program's one table, in every unit.
         for (SoilEntry::KsUnit u : SoilEntry::ksUnits()) {
             const SoilEntry::Range r = SoilEntry::ksRange(u);
-            QVERIFY(qAbs(r.low * SoilEntry::toSi(u) / 1e-9 - 1) < 1e-9);
-            QVERIFY(qAbs(r.high * SoilEntry::toSi(u) / 1e-3 - 1) < 1e-9);
+            QVERIFY(qAbs(r.low * SoilEntry::toSi(u) / SoilRanges::ks().low - 1) < 1e-9);
+            QVERIFY(qAbs(r.high * SoilEntry::toSi(u) / SoilRanges::ks().high - 1) < 1e-9);
         }
-        QCOMPARE(SoilEntry::alphaRange(SoilEntry::AlphaUnit::PerCentimetre).low, 0.0001);
-        QCOMPARE(SoilEntry::alphaRange(SoilEntry::AlphaUnit::PerCentimetre).high, 1.0);
-        QCOMPARE(SoilEntry::ksRange(SoilEntry::KsUnit::CentimetrePerDay).high, 8640.0);
+        QCOMPARE(SoilEntry::alphaRange(SoilEntry::AlphaUnit::PerCentimetre).low, SoilRanges::alpha().low / 100);
+        QCOMPARE(SoilEntry::alphaRange(SoilEntry::AlphaUnit::PerCentimetre).high, SoilRanges::alpha().high / 100);
+        QCOMPARE(SoilEntry::ksRange(SoilEntry::KsUnit::CentimetrePerDay).high,
+                 QString::number(SoilRanges::ks().high * 8640000, 'g', 12).toDouble());
     }
 
     void problemsNameTheirField_data()
