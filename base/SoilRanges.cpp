@@ -26,17 +26,16 @@ SoilRanges::Range SoilRanges::thetaS() { return {0.25, 0.7}; }
 SoilRanges::Range SoilRanges::alpha() { return {0.2, 15.0}; }
 SoilRanges::Range SoilRanges::n() { return {1.09, 2.8}; }
 SoilRanges::Range SoilRanges::ks() { return {1e-8, 1e-4}; }
-double SoilRanges::minWaterCapacity() { return 0.1; }
 double SoilRanges::coarseFromN() { return 1.85; }
 
 SoilRanges::Family SoilRanges::fine()
 {
-    return {"fine-textured", {n().low, coarseFromN()}, {alpha().low, 8.0}, {ks().low, 2e-5}, {1e-8, 2e-6}};
+    return {"fine-textured", {n().low, coarseFromN()}, {alpha().low, 8.0}, {ks().low, 5e-5}, {4e-9, 1e-5}, 0.1};
 }
 
 SoilRanges::Family SoilRanges::coarse()
 {
-    return {"coarse-textured", {coarseFromN(), n().high}, {4.0, alpha().high}, {ks().low, ks().high}, {1e-7, 2e-6}};
+    return {"coarse-textured", {coarseFromN(), n().high}, {4.0, alpha().high}, {ks().low, ks().high}, {2e-8, 2e-6}, 0.3};
 }
 
 SoilRanges::Family SoilRanges::familyOf(double n)
@@ -88,17 +87,18 @@ std::vector<SoilRanges::Problem> SoilRanges::rangeProblems(double thetaR, double
 std::vector<SoilRanges::Problem> SoilRanges::jointProblems(double thetaR, double thetaS, double alpha, double n, double ks)
 {
     std::vector<Problem> out;
-    // theta_s - theta_r is the water a soil can take up: with too little the
-    // wetted bulb grows beyond any domain and the front's threshold, a share
-    // of it, becomes meaningless.
-    // (with room for the rounding of a difference such as 0.35 - 0.25)
-    if (!(thetaS - thetaR >= minWaterCapacity() - 1e-12))
-        out.push_back({QStringLiteral("theta_s"), QStringLiteral("theta_s %1 must exceed theta_r %2 by at least %3 m3/m3")
-                                                      .arg(numberText(thetaS), numberText(thetaR), numberText(minWaterCapacity()))});
     const Family f = familyOf(n);
     const QString family = QStringLiteral("%1 soils (n %2 %3)")
                                .arg(QLatin1String(f.name), n < coarseFromN() ? QStringLiteral("below") : QStringLiteral("from"),
                                     numberText(coarseFromN()));
+    // theta_s - theta_r is the water a soil can take up: with little the
+    // wetted bulb grows large (and its computation long), with too little the
+    // front's threshold, a share of it, becomes meaningless. (With room for
+    // the rounding of a difference such as 0.35 - 0.25.)
+    if (!(thetaS - thetaR >= f.minWaterCapacity - 1e-12))
+        out.push_back({QStringLiteral("theta_s"), QStringLiteral("theta_s %1 must exceed theta_r %2 by at least %3 m3/m3 in %4")
+                                                      .arg(numberText(thetaS), numberText(thetaR), numberText(f.minWaterCapacity),
+                                                           family)});
     if (!f.alpha.contains(alpha)) {
         out.push_back({QStringLiteral("alpha"), QStringLiteral("alpha %1 1/m does not suit n %2: %3 are accepted with alpha from %4 to "
                                                                "%5 1/m")

@@ -21,13 +21,17 @@
 // Soils fall into two families by n, as measured soils do: fine-textured
 // soils (n below 1.85, computed with an air-entry value; the nine classes from
 // Loam to Clay) and coarse-textured ones (n from 1.85; Sandy Loam, Loamy Sand,
-// Sand). Each family has its own range of alpha and of Ks. Within a family Ks
-// must suit the pores that alpha stands for: coarse pores (a large alpha)
-// conduct much, fine ones little, Ks growing about as alpha squared (the
-// twelve classes lie within a factor of 4.4 of 2e-7 alpha^2, alpha in 1/m and
-// Ks in m/s). A fine-pored soil with a coarse soil's Ks drains the emitter's
-// water away so fast that its wetting front falls back while the emitter
-// waters; a coarse-pored soil with a clay's Ks ponds over metres.
+// Sand). Each family has its own range of alpha, of Ks and its least room
+// for water. Within a family Ks must roughly suit the pores that alpha stands
+// for: coarse pores (a large alpha) conduct much, fine ones little, Ks growing
+// about as alpha squared (the twelve classes lie within a factor of 4.4 of
+// 2e-7 alpha^2, alpha in 1/m and Ks in m/s). The band is wide, from ten times
+// below to ten times above every class average of the family (a user's
+// measured conductivity often lies that far from the class average of the
+// same texture), and more: only a fine-pored soil with a coarse soil's Ks,
+// which drains the emitter's water away so fast that its wetting front falls
+// back while the emitter waters, and a coarse-pored soil with a clay's Ks,
+// which ponds over metres, are refused.
 class SoilRanges
 {
 public:
@@ -45,10 +49,7 @@ public:
     static Range n();      // -
     static Range ks();     // saturated conductivity, m/s
 
-    // Joint rules.
-    // The least pore space that water can fill, theta_s - theta_r (m3/m3).
-    static double minWaterCapacity();
-
+    // Joint rules, by family.
     struct Family
     {
         const char *name;  // "fine-textured", "coarse-textured"
@@ -56,6 +57,10 @@ public:
         Range alpha;       // 1/m
         Range ks;          // m/s
         Range ksPerAlpha2; // Ks from ksPerAlpha2.low alpha^2 to ksPerAlpha2.high alpha^2
+        // The least pore space that water can fill, theta_s - theta_r
+        // (m3/m3): the wetted bulb's volume, and with it the time a case
+        // takes, grows as the inverse of it.
+        double minWaterCapacity;
     };
     // Soils with n below coarseFromN() are fine-textured and computed with
     // an air-entry value (the solver's air-entry modification); from it on

@@ -84,13 +84,13 @@ Run addSoil(const builder::SoilParams& s, const QTemporaryDir& dir)
                        out.toStdString(), "--build-date", "bench"});
 }
 
-// The slowest corner when every corner was measured (--all): n at its lowest,
-// alpha where the Ks band meets the largest Ks (7.07 1/m), Ks 1e-4 m/s: a
-// clay's pore sizes with a sand's conductivity.
+// The slowest corner when every corner was measured (--all): the coarsest
+// soil (alpha, n and Ks at their largest) with the least room for water
+// (theta_r 0, theta_s 0.3): the largest and sharpest bulbs.
 bool isSlowest(const builder::SoilParams& s)
 {
-    return s.n == SoilRanges::n().low && s.ks == SoilRanges::ks().high && s.alpha < SoilRanges::airEntryMaxAlpha()
-           && s.thetaR == 0.078;
+    return s.n == SoilRanges::n().high && s.alpha == SoilRanges::alpha().high && s.ks == SoilRanges::ks().high
+           && s.thetaR == SoilRanges::thetaR().low && s.thetaS < 0.31;
 }
 
 } // namespace

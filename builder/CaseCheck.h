@@ -31,7 +31,7 @@ public:
     // its length: reading a front from cell averages jitters by far less than
     // this (no front of the shipped sweep falls back at all), a failing
     // computation by far more.
-    static constexpr double kRecedeTolerance = 1e-3;
+    static constexpr double kRecedeTolerance = 5e-3;
 
     // Empty when the result of the case may be stored, else
     // "<reason>: <what happened>" as listed above.

@@ -13,6 +13,7 @@
 #include "builder/CaseSpec.h"
 #include "base/SoilRanges.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <string>
@@ -71,13 +72,13 @@ inline std::vector<builder::SoilParams> corners()
         }
     }
     // the water contents' corners for the finest soil and the coarsest one
-    const double cap = R::minWaterCapacity();
-    const double thetas[4][2] = {{R::thetaR().low, R::thetaS().low},
-                                 {R::thetaR().high, R::thetaR().high + cap},
-                                 {R::thetaR().low, R::thetaS().high},
-                                 {R::thetaR().high, R::thetaS().high}};
     const builder::SoilParams ends[2] = {out.front(), out.back()};
     for (const auto& e : ends) {
+        const double cap = R::familyOf(e.n).minWaterCapacity;
+        const double thetas[4][2] = {{R::thetaR().low, std::max(R::thetaS().low, R::thetaR().low + cap)},
+                                     {R::thetaR().high, R::thetaR().high + cap},
+                                     {R::thetaR().low, R::thetaS().high},
+                                     {R::thetaR().high, R::thetaS().high}};
         for (const auto& t : thetas) {
             std::snprintf(name, sizeof name, "%s tr%g ts%g", e.name.c_str(), t[0], t[1]);
             out.push_back(soil(name, t[0], t[1], e.alpha, e.n, e.ks));
