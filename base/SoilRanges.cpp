@@ -30,7 +30,7 @@ double SoilRanges::coarseFromN() { return 1.85; }
 
 SoilRanges::Family SoilRanges::fine()
 {
-    return {"fine-textured", {n().low, coarseFromN()}, {alpha().low, 8.0}, {ks().low, 5e-5}, {4e-9, 1e-5}, 0.1};
+    return {"fine-textured", {n().low, coarseFromN()}, {alpha().low, 8.0}, {ks().low, 4e-5}, {4e-9, 5e-6}, 0.1};
 }
 
 SoilRanges::Family SoilRanges::coarse()

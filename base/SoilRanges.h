@@ -26,9 +26,9 @@
 // for: coarse pores (a large alpha) conduct much, fine ones little, Ks growing
 // about as alpha squared (the twelve classes lie within a factor of 4.4 of
 // 2e-7 alpha^2, alpha in 1/m and Ks in m/s). The band is wide, from ten times
-// below to ten times above every class average of the family (a user's
-// measured conductivity often lies that far from the class average of the
-// same texture), and more: only a fine-pored soil with a coarse soil's Ks,
+// below to ten times above nearly every class average of the family (a
+// user's measured conductivity often lies that far from the class average of
+// the same texture): only a fine-pored soil with a coarse soil's Ks,
 // which drains the emitter's water away so fast that its wetting front falls
 // back while the emitter waters, and a coarse-pored soil with a clay's Ks,
 // which ponds over metres, are refused.

@@ -48,9 +48,9 @@ inline std::vector<std::pair<double, double>> alphaKsCorners(double n)
     const double meetsLow = std::sqrt(f.ks.low / f.ksPerAlpha2.low);
     const double meetsHigh = std::sqrt(f.ks.high / f.ksPerAlpha2.high);
     if (meetsLow > aLow && meetsLow < aHigh)
-        out.push_back({meetsLow, f.ks.low});
+        out.push_back({meetsLow, SoilRanges::ksFor(meetsLow, n).low}); // f.ks.low, but for rounding
     if (meetsHigh > aLow && meetsHigh < aHigh)
-        out.push_back({meetsHigh, f.ks.high});
+        out.push_back({meetsHigh, SoilRanges::ksFor(meetsHigh, n).high});
     out.push_back({aHigh, SoilRanges::ksFor(aHigh, n).low});
     out.push_back({aHigh, SoilRanges::ksFor(aHigh, n).high});
     return out;
