@@ -129,12 +129,13 @@ QString SoilAdvice::caseInWords(const QString &builderMessage)
 QString SoilAdvice::mostUnusualValue(const SoilEntry &soil)
 {
     // The water a soil can take up, theta_s - theta_r: a soil that holds
-    // almost none wets no visible bulb.
+    // little wets a large, slowly computed bulb, one that holds almost none
+    // no visible bulb at all.
     const double room = soil.thetaS - soil.thetaR;
-    if (room < 2 * SoilEntry::leastWaterRange())
-        return QStringLiteral("theta_s - theta_r (%1) leaves the soil almost no water to take up; at least %2 "
+    if (room < SoilEntry::leastWaterRange(soil.n) + 0.05)
+        return QStringLiteral("theta_s - theta_r (%1) leaves the soil little water to take up; at least %2 "
                               "is accepted")
-            .arg(SoilEntry::numberText(room), SoilEntry::numberText(SoilEntry::leastWaterRange()));
+            .arg(SoilEntry::numberText(room), SoilEntry::numberText(SoilEntry::leastWaterRange(soil.n)));
     struct Candidate
     {
         QString name;

@@ -130,9 +130,9 @@ SoilEntry::Range SoilEntry::thetaSRange()
     return shownIn(SoilRanges::thetaS(), 1.0);
 }
 
-double SoilEntry::leastWaterRange()
+double SoilEntry::leastWaterRange(double n)
 {
-    return SoilRanges::minWaterCapacity();
+    return SoilRanges::familyOf(n).minWaterCapacity;
 }
 
 SoilEntry::Range SoilEntry::nRange()
@@ -215,8 +215,10 @@ QStringList SoilEntry::hydraulicProblems() const
     // The joint rules of the table, told in the units shown.
     for (const SoilRanges::Problem &problem : SoilRanges::problems(thetaR, thetaS, alphaSi(), n, ksSi())) {
         if (problem.field == QLatin1String("theta_s"))
-            p << QStringLiteral("theta_s: at least %1 above theta_r (%2), so that the soil can take up water")
-                     .arg(numberText(leastWaterRange()), numberText(thetaR));
+            p << QStringLiteral("theta_s: at least %1 above theta_r (%2) in a %3 soil (n %4), so that the soil can "
+                                "take up water")
+                     .arg(numberText(leastWaterRange(n)), numberText(thetaR),
+                          QLatin1String(SoilRanges::familyOf(n).name), numberText(n));
         else if (problem.field == QLatin1String("alpha"))
             p << QStringLiteral("alpha: with n %1 (a %2 soil), %3")
                      .arg(numberText(n), QLatin1String(SoilRanges::familyOf(n).name),

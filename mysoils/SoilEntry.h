@@ -57,8 +57,9 @@ public:
     // (see problems()).
     static Range thetaRRange();
     static Range thetaSRange();
-    // The least water a soil may take up, theta_s - theta_r.
-    static double leastWaterRange();
+    // The least water a soil of this n may take up, theta_s - theta_r (a
+    // fine-textured soil less than a coarse-textured one).
+    static double leastWaterRange(double n);
     static Range nRange();
     static Range clayRange() { return {0.0, 100.0}; }
     static Range alphaRange(AlphaUnit unit);

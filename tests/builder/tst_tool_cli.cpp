@@ -58,6 +58,7 @@ void twoAtOnce(const QStringList &first, const QStringList &second, const QStrin
     QProcess a, b;
     a.start(kTool, first);
     QVERIFY(a.waitForStarted());
+    const qint64 holder = a.processId(); // 0 once it has ended
     QElapsedTimer t;
     t.start();
     while (!QFileInfo::exists(out + QStringLiteral(".lock")) && t.elapsed() < 10000)
@@ -68,7 +69,7 @@ void twoAtOnce(const QStringList &first, const QStringList &second, const QStrin
     const QString errA = QString::fromLocal8Bit(a.readAllStandardError()), errB = QString::fromLocal8Bit(b.readAllStandardError());
     QVERIFY2(a.exitStatus() == QProcess::NormalExit && a.exitCode() == 0, qPrintable(errA));
     QVERIFY2(b.exitStatus() == QProcess::NormalExit && b.exitCode() == 0, qPrintable(errB));
-    const QString waits = QStringLiteral("trickle-build: waiting for %1: it is locked by trickle-build (pid %2 on ").arg(out).arg(a.processId());
+    const QString waits = QStringLiteral("trickle-build: waiting for %1: it is locked by trickle-build (pid %2 on ").arg(out).arg(holder);
     QVERIFY2(errB.contains(waits), qPrintable(errB));
     QCOMPARE(errB.count(QStringLiteral("waiting for")), 1);
 }

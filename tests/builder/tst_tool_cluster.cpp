@@ -308,7 +308,7 @@ private slots:
         QVERIFY(fileBytes(merged) == fileBytes(m_added));
         ToolDb db(merged);
         QCOMPARE(db.buildInfo(QStringLiteral("base_database")), QStringLiteral("base.db"));
-        QCOMPARE(db.buildInfo(QStringLiteral("added_soil_6")), kDate);
+        QCOMPARE(db.buildInfo(QStringLiteral("added_soil_2")), kDate);
     }
 
     void killedShardIsBuiltAgain()
@@ -351,7 +351,7 @@ private slots:
         const QString base = dir.filePath(QStringLiteral("user.db"));
         QVERIFY(QFile::copy(m_added, base));
         QVERIFY(execSql(base, {"CREATE TABLE Pictures (Picture BLOB)", "INSERT INTO Pictures VALUES (zeroblob(30000000))"}));
-        const QStringList drop = {"--base", base, "--drop-soil", "6", "--build-date", kDate};
+        const QStringList drop = {"--base", base, "--drop-soil", "2", "--build-date", kDate};
         QStringList parts;
         for (int k = 1; k <= 2; ++k) {
             parts << dir.filePath(QStringLiteral("part-%1.db").arg(k));

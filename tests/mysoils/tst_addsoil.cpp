@@ -169,7 +169,7 @@ private slots:
         // theta_s not far enough above theta_r for the soil to take up water.
         retype(d.field(frmAddSoil::Name), "North field");
         d.field(frmAddSoil::ThetaR)->setText("0.2");
-        d.field(frmAddSoil::ThetaS)->setText(SoilEntry::numberText(0.2 + SoilEntry::leastWaterRange() / 2));
+        d.field(frmAddSoil::ThetaS)->setText(SoilEntry::numberText(0.2 + SoilEntry::leastWaterRange(d.field(frmAddSoil::N)->text().toDouble()) / 2));
         answerNextMessage(&text);
         d.cmdOK_Click();
         QVERIFY2(text.startsWith("theta_s:"), qPrintable(text));
