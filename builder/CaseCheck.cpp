@@ -17,25 +17,25 @@ QString metres(double v)
 
 } // namespace
 
-QString CaseCheck::problem(const builder::CaseSpec &spec, const builder::CaseResult &result)
+QString CaseCheck::problem(const builder::CaseSpec &wanted, const builder::CaseResult &result)
 {
-    const QString solver = solverProblem(spec, result);
-    return solver.isEmpty() ? frontProblem(spec, result) : solver;
+    const QString solver = solverProblem(wanted, result);
+    return solver.isEmpty() ? frontProblem(wanted, result) : solver;
 }
 
-QString CaseCheck::solverProblem(const builder::CaseSpec &spec, const builder::CaseResult &r)
+QString CaseCheck::solverProblem(const builder::CaseSpec &wanted, const builder::CaseResult &r)
 {
     if (!r.stopReason.empty())
         return QStringLiteral("%1: %2").arg(QString::fromStdString(r.stopReason),
                                             r.message.empty() ? QStringLiteral("the solver stopped") : QString::fromStdString(r.message));
     if (r.reachedBoundary)
         return QStringLiteral("domain edge: a front reached the boundary of the solution domain%1").arg(aside(r.message));
-    bool complete = int(r.fronts.size()) == spec.hours;
+    bool complete = int(r.fronts.size()) == wanted.hours;
     for (size_t k = 0; complete && k < r.fronts.size(); ++k)
         complete = r.fronts[k].hour == int(k) + 1;
     if (!complete)
         return QStringLiteral("incomplete: the solver returned %1 front(s), not one for each hour 1 to %2%3")
-            .arg(r.fronts.size()).arg(spec.hours).arg(aside(r.message));
+            .arg(r.fronts.size()).arg(wanted.hours).arg(aside(r.message));
     if (!std::isfinite(r.massBalanceError))
         return QStringLiteral("mass balance: the mass balance error is not a number");
     if (r.massBalanceError > kMaxMassBalanceError)
@@ -44,9 +44,9 @@ QString CaseCheck::solverProblem(const builder::CaseSpec &spec, const builder::C
     return QString();
 }
 
-QString CaseCheck::frontProblem(const builder::CaseSpec &spec, const builder::CaseResult &r)
+QString CaseCheck::frontProblem(const builder::CaseSpec &wanted, const builder::CaseResult &r)
 {
-    const bool buried = spec.emitter == builder::Emitter::Buried;
+    const bool buried = wanted.emitter == builder::Emitter::Buried;
     const char *const downName = buried ? "zplus" : "z";
     for (size_t k = 0; k < r.fronts.size(); ++k) {
         const builder::FrontRow &f = r.fronts[k];

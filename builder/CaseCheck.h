@@ -35,9 +35,9 @@ public:
 
     // Empty when the result of the case may be stored, else
     // "<reason>: <what happened>" as listed above.
-    static QString problem(const builder::CaseSpec &spec, const builder::CaseResult &result);
+    static QString problem(const builder::CaseSpec &wanted, const builder::CaseResult &result);
 
 private:
-    static QString solverProblem(const builder::CaseSpec &spec, const builder::CaseResult &result);
-    static QString frontProblem(const builder::CaseSpec &spec, const builder::CaseResult &result);
+    static QString solverProblem(const builder::CaseSpec &wanted, const builder::CaseResult &result);
+    static QString frontProblem(const builder::CaseSpec &wanted, const builder::CaseResult &result);
 };

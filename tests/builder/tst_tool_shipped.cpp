@@ -146,16 +146,16 @@ private slots:
                 for (const auto &row : db.rows(QStringLiteral("SELECT SoilType, FlowRate, MassBalanceError FROM CaseInfo "
                                                               "WHERE InitialHead = %1 AND Emitter = '%2'")
                                                    .arg(heads[k]).arg(e ? QStringLiteral("buried") : QStringLiteral("surface")))) {
-                    builder::CaseSpec spec;
-                    spec.emitter = e ? builder::Emitter::Buried : builder::Emitter::Surface;
-                    spec.hours = 24;
+                    builder::CaseSpec wanted;
+                    wanted.emitter = e ? builder::Emitter::Buried : builder::Emitter::Surface;
+                    wanted.hours = 24;
                     builder::CaseResult r;
                     r.massBalanceError = row[2].toDouble();
                     for (int h = 1; h <= 24; ++h) {
                         const Front &x = f.at({row[0].toInt(), row[1].toInt(), h});
                         r.fronts.push_back({h, x.r, x.down, x.up, 0.01});
                     }
-                    const QString problem = CaseCheck::problem(spec, r);
+                    const QString problem = CaseCheck::problem(wanted, r);
                     QVERIFY2(problem.isEmpty(), qPrintable(QStringLiteral("%1 soil %2 flow %3: %4").arg(tables[e][k]).arg(row[0].toInt())
                                                                .arg(row[1].toInt()).arg(problem)));
                     ++checked;
