@@ -8,7 +8,7 @@
 //   bench_soil_corners          the slowest corner (make bench)
 //   bench_soil_corners --all    every corner, one after the other (about an
 //                               hour on two cores)
-#include "tests/builder/SoilCorners.h"
+#include "tests/solver/SoilCorners.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -60,7 +60,7 @@ Run runProgram(const std::vector<std::string>& args)
 }
 
 // The soil as a catalogue of one soil, in SI units, numbered after the base's.
-bool writeCatalogue(const QString& path, const builder::SoilParams& s)
+bool writeCatalogue(const QString& path, const solver::SoilParams& s)
 {
     QFile f(path);
     if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate))
@@ -73,7 +73,7 @@ bool writeCatalogue(const QString& path, const builder::SoilParams& s)
     return f.write(text.toUtf8()) > 0;
 }
 
-Run addSoil(const builder::SoilParams& s, const QTemporaryDir& dir)
+Run addSoil(const solver::SoilParams& s, const QTemporaryDir& dir)
 {
     const QString csv = dir.filePath(QStringLiteral("corner.csv"));
     const QString out = dir.filePath(QStringLiteral("user.db"));
@@ -87,7 +87,7 @@ Run addSoil(const builder::SoilParams& s, const QTemporaryDir& dir)
 // The slowest corner when every corner was measured (--all): the coarsest
 // soil (alpha, n and Ks at their largest) with the least room for water
 // (theta_r 0, theta_s 0.3): the largest and sharpest bulbs.
-bool isSlowest(const builder::SoilParams& s)
+bool isSlowest(const solver::SoilParams& s)
 {
     return s.n == SoilRanges::n().high && s.alpha == SoilRanges::alpha().high && s.ks == SoilRanges::ks().high
            && s.thetaR == SoilRanges::thetaR().low && s.thetaS < 0.31;

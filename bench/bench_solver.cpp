@@ -15,8 +15,8 @@
 //   bench_solver --air-entry     the nine soils with the air-entry modification:
 //                                a buried and a surface case (2 L/h, -6 m) with
 //                                and without it, r, z and zminus at 6 and 24 h
-#include "builder/WettingSimulation.h"
-#include "tests/builder/SolverTestSoils.h"
+#include "solver/WettingSimulation.h"
+#include "tests/solver/SolverTestSoils.h"
 
 #include <algorithm>
 #include <cmath>
@@ -27,7 +27,7 @@
 #include <thread>
 #include <vector>
 
-using namespace builder;
+using namespace solver;
 
 namespace {
 

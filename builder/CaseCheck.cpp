@@ -17,13 +17,13 @@ QString metres(double v)
 
 } // namespace
 
-QString CaseCheck::problem(const builder::CaseSpec &wanted, const builder::CaseResult &result)
+QString CaseCheck::problem(const solver::CaseSpec &wanted, const solver::CaseResult &result)
 {
     const QString solver = solverProblem(wanted, result);
     return solver.isEmpty() ? frontProblem(wanted, result) : solver;
 }
 
-QString CaseCheck::solverProblem(const builder::CaseSpec &wanted, const builder::CaseResult &r)
+QString CaseCheck::solverProblem(const solver::CaseSpec &wanted, const solver::CaseResult &r)
 {
     if (!r.stopReason.empty())
         return QStringLiteral("%1: %2").arg(QString::fromStdString(r.stopReason),
@@ -44,19 +44,19 @@ QString CaseCheck::solverProblem(const builder::CaseSpec &wanted, const builder:
     return QString();
 }
 
-QString CaseCheck::frontProblem(const builder::CaseSpec &wanted, const builder::CaseResult &r)
+QString CaseCheck::frontProblem(const solver::CaseSpec &wanted, const solver::CaseResult &r)
 {
-    const bool buried = wanted.emitter == builder::Emitter::Buried;
+    const bool buried = wanted.emitter == solver::Emitter::Buried;
     const char *const downName = buried ? "zplus" : "z";
     for (size_t k = 0; k < r.fronts.size(); ++k) {
-        const builder::FrontRow &f = r.fronts[k];
+        const solver::FrontRow &f = r.fronts[k];
         if (!(f.r > 0 && f.down > 0 && (!buried || f.up > 0)))
             return QStringLiteral("no front: the wetting front at hour %1 has no extent (r = %2, %3 = %4%5)")
                 .arg(f.hour).arg(metres(f.r), QLatin1String(downName), metres(f.down),
                                  buried ? QStringLiteral(", zminus = %1").arg(metres(f.up)) : QString());
         if (k == 0)
             continue;
-        const builder::FrontRow &e = r.fronts[k - 1];
+        const solver::FrontRow &e = r.fronts[k - 1];
         const double now[3] = {f.r, f.down, f.up}, before[3] = {e.r, e.down, e.up};
         const char *const names[3] = {"r", downName, "zminus"};
         for (int i = 0; i < 3; ++i) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "builder/CaseSpec.h"
+#include "solver/CaseSpec.h"
 
 #include <QString>
 
@@ -35,9 +35,9 @@ public:
 
     // Empty when the result of the case may be stored, else
     // "<reason>: <what happened>" as listed above.
-    static QString problem(const builder::CaseSpec &wanted, const builder::CaseResult &result);
+    static QString problem(const solver::CaseSpec &wanted, const solver::CaseResult &result);
 
 private:
-    static QString solverProblem(const builder::CaseSpec &wanted, const builder::CaseResult &result);
-    static QString frontProblem(const builder::CaseSpec &wanted, const builder::CaseResult &result);
+    static QString solverProblem(const solver::CaseSpec &wanted, const solver::CaseResult &result);
+    static QString frontProblem(const solver::CaseSpec &wanted, const solver::CaseResult &result);
 };

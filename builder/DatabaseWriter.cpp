@@ -87,7 +87,7 @@ DatabaseWriter::DatabaseWriter(const QString &path, Mode mode)
         // New export rows follow the base's, whatever IDs it used.
         for (int buried = 0; buried < 2; ++buried) {
             Statement s{prepare(QStringLiteral("SELECT coalesce(max(ID), 0) + 1 FROM %1")
-                                .arg(exportTable(buried ? builder::Emitter::Buried : builder::Emitter::Surface)))};
+                                .arg(exportTable(buried ? solver::Emitter::Buried : solver::Emitter::Surface)))};
             if (sqlite3_step(s.stmt) != SQLITE_ROW)
                 fail(QStringLiteral("cannot read the IDs of the export tables"));
             m_nextExportId[buried] = sqlite3_column_int(s.stmt, 0);
@@ -180,7 +180,7 @@ void DatabaseWriter::step(sqlite3_stmt *stmt, const char *what)
     sqlite3_clear_bindings(stmt);
 }
 
-void DatabaseWriter::writeSoils(const std::vector<builder::SoilParams> &soils)
+void DatabaseWriter::writeSoils(const std::vector<solver::SoilParams> &soils)
 {
     Statement s{prepare(QStringLiteral("INSERT INTO SoilTypeData VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"))};
     for (const auto &soil : soils) {
@@ -221,9 +221,9 @@ void DatabaseWriter::writeTimes(int hours)
     }
 }
 
-QString DatabaseWriter::frontTable(builder::Emitter emitter, double initialHead)
+QString DatabaseWriter::frontTable(solver::Emitter emitter, double initialHead)
 {
-    const QString family = emitter == builder::Emitter::Buried ? QStringLiteral("BuriedData") : QStringLiteral("SurfaceData");
+    const QString family = emitter == solver::Emitter::Buried ? QStringLiteral("BuriedData") : QStringLiteral("SurfaceData");
     // The dry table carries the bare suffix "-c": the program asks for it by that name.
     if (initialHead == -3.0)
         return family + QStringLiteral("-c3");
@@ -235,15 +235,15 @@ QString DatabaseWriter::frontTable(builder::Emitter emitter, double initialHead)
                      QStringLiteral("no front table for an initial pressure head of %1 m (only -3, -6 and -10 m)").arg(initialHead));
 }
 
-QString DatabaseWriter::exportTable(builder::Emitter emitter)
+QString DatabaseWriter::exportTable(solver::Emitter emitter)
 {
-    return emitter == builder::Emitter::Buried ? QStringLiteral("BuriedData") : QStringLiteral("SurfaceData");
+    return emitter == solver::Emitter::Buried ? QStringLiteral("BuriedData") : QStringLiteral("SurfaceData");
 }
 
-void DatabaseWriter::writeCase(int soilTypeNo, int flowRateNo, double initialHead, builder::Emitter emitter,
-                               const builder::CaseResult &result)
+void DatabaseWriter::writeCase(int soilTypeNo, int flowRateNo, double initialHead, solver::Emitter emitter,
+                               const solver::CaseResult &result)
 {
-    const bool buried = emitter == builder::Emitter::Buried;
+    const bool buried = emitter == solver::Emitter::Buried;
     const QString table = frontTable(emitter, initialHead);
     const QString what = QStringLiteral("cannot write a front of soil %1, flow %2 to %3").arg(soilTypeNo).arg(flowRateNo).arg(table);
     const QByteArray whatUtf8 = what.toUtf8();
@@ -388,7 +388,7 @@ std::vector<DatabaseWriter::StoredCase> DatabaseWriter::storedCases()
         c.flowRateNo = sqlite3_column_int(s.stmt, 1);
         c.initialHead = sqlite3_column_double(s.stmt, 2);
         const char *e = reinterpret_cast<const char *>(sqlite3_column_text(s.stmt, 3));
-        c.emitter = e && std::strcmp(e, "buried") == 0 ? builder::Emitter::Buried : builder::Emitter::Surface;
+        c.emitter = e && std::strcmp(e, "buried") == 0 ? solver::Emitter::Buried : solver::Emitter::Surface;
         c.massBalanceError = sqlite3_column_double(s.stmt, 4);
         c.meshChange = sqlite3_column_type(s.stmt, 5) == SQLITE_NULL ? std::numeric_limits<double>::quiet_NaN()
                                                                      : sqlite3_column_double(s.stmt, 5);

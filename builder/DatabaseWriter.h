@@ -1,6 +1,6 @@
 #pragma once
 
-#include "builder/CaseSpec.h"
+#include "solver/CaseSpec.h"
 
 #include <QByteArray>
 #include <QString>
@@ -40,7 +40,7 @@ public:
         int soil = 0;
         int flowRateNo = 0;
         double initialHead = 0;
-        builder::Emitter emitter = builder::Emitter::Surface;
+        solver::Emitter emitter = solver::Emitter::Surface;
         double massBalanceError = 0;
         double meshChange = 0; // NaN when the case was not checked on a finer mesh
     };
@@ -50,14 +50,14 @@ public:
     DatabaseWriter(const DatabaseWriter &) = delete;
     DatabaseWriter &operator=(const DatabaseWriter &) = delete;
 
-    void writeSoils(const std::vector<builder::SoilParams> &soils);
+    void writeSoils(const std::vector<solver::SoilParams> &soils);
     void writeFlowRates(const std::vector<double> &litresPerHour); // FlowRateNo 1, 2, ...
     void writeTimes(int hours);                                     // ID k holds k hours
     // One case: its fronts go to the front table chosen by emitter and initial head,
     // to the export table as well when the soil starts dry (-10 m), and its mass
     // balance to CaseInfo.
-    void writeCase(int soilTypeNo, int flowRateNo, double initialHead, builder::Emitter emitter,
-                   const builder::CaseResult &result);
+    void writeCase(int soilTypeNo, int flowRateNo, double initialHead, solver::Emitter emitter,
+                   const solver::CaseResult &result);
     // Sets the keys, replacing the values of keys already present.
     void writeBuildInfo(const std::vector<std::pair<QString, QString>> &entries);
     void removeBuildInfo(const QString &key);
@@ -75,8 +75,8 @@ public:
     void finish();
 
     // "SurfaceData-c3" for a surface emitter in soil at -3 m, "BuriedData-c" at -10 m...
-    static QString frontTable(builder::Emitter emitter, double initialHead);
-    static QString exportTable(builder::Emitter emitter);
+    static QString frontTable(solver::Emitter emitter, double initialHead);
+    static QString exportTable(solver::Emitter emitter);
     // The tables this writer creates, each with its column names in order.
     static std::vector<std::pair<QString, std::vector<QString>>> layout();
     // Whether the table (or the column of a table) came into the layout after

@@ -30,7 +30,7 @@ using CaseKey = std::tuple<int, int, double, bool>;
 
 CaseKey keyOf(const TrickleBuildCase &c)
 {
-    return CaseKey{c.soil, c.flowRateNo, c.initialHead, c.emitter == builder::Emitter::Buried};
+    return CaseKey{c.soil, c.flowRateNo, c.initialHead, c.emitter == solver::Emitter::Buried};
 }
 
 UlvexError mergeError(const QString &text)
@@ -48,7 +48,7 @@ struct Part
     QString fingerprint;
     QString buildDate;
     ShardInputs::Rows inputs;
-    std::map<CaseKey, builder::CaseResult> results;
+    std::map<CaseKey, solver::CaseResult> results;
 
     QString name() const { return QStringLiteral("%1 (shard %2 of %3)").arg(path).arg(shard).arg(shards); }
 };
@@ -96,7 +96,7 @@ Part readPart(const QString &path)
     // The results: CaseInfo names the cases, the front tables hold their fronts.
     read(QStringLiteral("SELECT SoilType, FlowRate, InitialHead, Emitter, MassBalanceError, TimeSteps, MeshChange FROM CaseInfo"),
          [&](sqlite3_stmt *s) {
-        builder::CaseResult r;
+        solver::CaseResult r;
         r.massBalanceError = sqlite3_column_double(s, 4);
         r.timeSteps = long(sqlite3_column_int64(s, 5));
         if (sqlite3_column_type(s, 6) != SQLITE_NULL)
@@ -105,8 +105,8 @@ Part readPart(const QString &path)
                           SqliteRead::columnText(s, 3) == QLatin1String("buried")}] = r;
     });
     for (double head : TrickleBuild::initialHeads()) {
-        for (auto emitter : {builder::Emitter::Surface, builder::Emitter::Buried}) {
-            const bool buried = emitter == builder::Emitter::Buried;
+        for (auto emitter : {solver::Emitter::Surface, solver::Emitter::Buried}) {
+            const bool buried = emitter == solver::Emitter::Buried;
             read(QStringLiteral("SELECT SoilType, FlowRate, Time, r, %1 FROM \"%2\" ORDER BY SoilType, FlowRate, Time")
                      .arg(buried ? QStringLiteral("zplus, zminus") : QStringLiteral("z, 0"), DatabaseWriter::frontTable(emitter, head)),
                  [&](sqlite3_stmt *s) {
@@ -178,7 +178,7 @@ void checkResults(const std::vector<Part> &parts, const TrickleBuildPlan &plan)
         bool complete = it != p.results.end() && int(it->second.fronts.size()) == plan.sweep.hours;
         for (size_t h = 0; complete && h < it->second.fronts.size(); ++h)
             complete = it->second.fronts[h].hour == int(h) + 1
-                       && (plan.cases[i].emitter == builder::Emitter::Buried || it->second.fronts[h].pondRadius > 0);
+                       && (plan.cases[i].emitter == solver::Emitter::Buried || it->second.fronts[h].pondRadius > 0);
         if (!complete && lacking[k]++ == 0)
             firstLacking[k] = plan.names[i];
     }
@@ -253,15 +253,15 @@ TrickleBuildSummary ShardMerge::run()
     build.outputLocked = true;
 
     // The stored results stand in for the solver.
-    std::map<CaseKey, const builder::CaseResult *> results;
+    std::map<CaseKey, const solver::CaseResult *> results;
     for (const Part &p : parts) {
         for (const auto &r : p.results)
             results[r.first] = &r.second;
     }
     std::vector<double> flows; // the build's flow rates, FlowRateNo order
-    TrickleBuild merged(build, [&](const builder::CaseSpec &s) {
+    TrickleBuild merged(build, [&](const solver::CaseSpec &s) {
         const int flowRateNo = int(std::find(flows.begin(), flows.end(), s.flowLitresPerHour) - flows.begin()) + 1;
-        const auto it = results.find(CaseKey{s.soil.number, flowRateNo, s.initialHead, s.emitter == builder::Emitter::Buried});
+        const auto it = results.find(CaseKey{s.soil.number, flowRateNo, s.initialHead, s.emitter == solver::Emitter::Buried});
         if (it == results.end()) // checkResults() has made sure that it is there
             throw std::runtime_error("no part holds the result of this case");
         return *it->second;

@@ -127,7 +127,7 @@ double unitFactor(int column, const QString &unit)
 // be one line of printable text each (a NUL or a line break would cut or
 // break the stored name), and its parameters must lie in the ranges the
 // program accepts everywhere (SoilRanges), every problem named.
-void checkSoil(const builder::SoilParams &s, const QString &name, const QString &texture, const QString &classification,
+void checkSoil(const solver::SoilParams &s, const QString &name, const QString &texture, const QString &classification,
                const QString &source, int lineNo)
 {
     QStringList problems;
@@ -234,7 +234,7 @@ SoilCatalogue SoilCatalogue::fromText(const QString &text, const QString &source
             return v * factor[col];
         };
 
-        builder::SoilParams s;
+        solver::SoilParams s;
         if (cat.m_hasSoilTypeNo) {
             bool ok = false;
             const QString t = cell(ColNo);
@@ -276,7 +276,7 @@ SoilCatalogue SoilCatalogue::fromText(const QString &text, const QString &source
     for (size_t i = 0; i < order.size(); ++i)
         order[i] = i;
     std::sort(order.begin(), order.end(), [&](size_t a, size_t b) { return cat.m_soils[a].number < cat.m_soils[b].number; });
-    std::vector<builder::SoilParams> soils;
+    std::vector<solver::SoilParams> soils;
     std::vector<int> soilLines;
     for (size_t i : order) {
         soils.push_back(cat.m_soils[i]);
@@ -313,7 +313,7 @@ void SoilCatalogue::requireNumbersFrom(qint64 first) const
     }
 }
 
-const builder::SoilParams *SoilCatalogue::find(int soilTypeNo) const
+const solver::SoilParams *SoilCatalogue::find(int soilTypeNo) const
 {
     for (const auto &s : m_soils) {
         if (s.number == soilTypeNo)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "builder/CaseSpec.h"
+#include "solver/CaseSpec.h"
 #include "base/UlvexError.h"
 
 #include <QString>
@@ -26,8 +26,8 @@ public:
     static SoilCatalogue fromText(const QString &text, const QString &sourceName);
 
     // Soils in ascending SoilTypeNo.
-    const std::vector<builder::SoilParams> &soils() const { return m_soils; }
-    const builder::SoilParams *find(int soilTypeNo) const;
+    const std::vector<solver::SoilParams> &soils() const { return m_soils; }
+    const solver::SoilParams *find(int soilTypeNo) const;
     QString sourceName() const { return m_sourceName; }
 
     // Whether the file has a SoilTypeNo column (else the soils are numbered in file order).
@@ -47,7 +47,7 @@ public:
     UlvexError lineError(int soilTypeNo, const QString &what) const;
 
 private:
-    std::vector<builder::SoilParams> m_soils;
+    std::vector<solver::SoilParams> m_soils;
     std::vector<int> m_lines; // the line of each soil, in the order of m_soils
     QString m_sourceName;
     bool m_hasSoilTypeNo = true;

@@ -65,7 +65,7 @@ QString fmtDuration(double seconds)
     return QStringLiteral("%1:%2").arg(s / 60).arg(s % 60, 2, 10, QLatin1Char('0'));
 }
 
-int emitterRank(builder::Emitter e) { return e == builder::Emitter::Surface ? 0 : 1; }
+int emitterRank(solver::Emitter e) { return e == solver::Emitter::Surface ? 0 : 1; }
 
 // The fixed order of the sweep: soil, flow rate, initial head (wet to dry), emitter.
 bool caseLess(const TrickleBuildCase &a, const TrickleBuildCase &b)
@@ -82,7 +82,7 @@ bool caseEqual(const TrickleBuildCase &a, const TrickleBuildCase &b)
 struct Outcome
 {
     bool done = false;
-    builder::CaseResult result;
+    solver::CaseResult result;
     double seconds = 0;
     QString error; // empty when the case is good
 };
@@ -90,13 +90,13 @@ struct Outcome
 using NameOf = std::function<QString(const TrickleBuildCase &)>;
 
 // Every case of the given soils over the whole sweep, in the order they are written.
-std::vector<TrickleBuildCase> sweepCases(const std::vector<builder::SoilParams> &soils, const TrickleSweep &sweep)
+std::vector<TrickleBuildCase> sweepCases(const std::vector<solver::SoilParams> &soils, const TrickleSweep &sweep)
 {
     std::vector<TrickleBuildCase> cases;
     for (const auto &soil : soils)
         for (int f = 1; f <= int(sweep.flowRates.size()); ++f)
             for (double h : sweep.initialHeads)
-                for (auto e : {builder::Emitter::Surface, builder::Emitter::Buried})
+                for (auto e : {solver::Emitter::Surface, solver::Emitter::Buried})
                     cases.push_back({soil.number, f, h, e});
     std::sort(cases.begin(), cases.end(), caseLess);
     return cases;
@@ -137,7 +137,7 @@ std::vector<Outcome> runCases(const std::vector<TrickleBuildCase> &cases, const 
                 return;
             const size_t i = startOrder[n];
             const TrickleBuildCase &c = cases[i];
-            builder::CaseSpec caseSpec;
+            solver::CaseSpec caseSpec;
             caseSpec.soil = *catalogue.find(c.soil);
             caseSpec.flowLitresPerHour = sweep.flowRates[size_t(c.flowRateNo - 1)];
             caseSpec.initialHead = c.initialHead;
@@ -156,7 +156,7 @@ std::vector<Outcome> runCases(const std::vector<TrickleBuildCase> &cases, const 
                 out.error = QStringLiteral("solver error: an unknown error");
             }
             out.seconds = double(caseClock.nsecsElapsed()) * 1e-9;
-            const builder::CaseResult &r = out.result;
+            const solver::CaseResult &r = out.result;
             if (out.error.isEmpty())
                 out.error = CaseCheck::problem(caseSpec, r);
             out.done = true;
@@ -277,9 +277,9 @@ TrickleBuildCase TrickleBuild::parseCase(const QString &text)
     c.initialHead = -double(suction);
     const QString e = parts[3].trimmed().toLower();
     if (e == QLatin1String("surface") || e == QLatin1String("s"))
-        c.emitter = builder::Emitter::Surface;
+        c.emitter = solver::Emitter::Surface;
     else if (e == QLatin1String("buried") || e == QLatin1String("b"))
-        c.emitter = builder::Emitter::Buried;
+        c.emitter = solver::Emitter::Buried;
     else
         throw bad(QStringLiteral("EMITTER must be surface or buried"));
     return c;
@@ -291,7 +291,7 @@ QString TrickleBuild::caseText(const TrickleBuildCase &c)
         .arg(c.soil)
         .arg(c.flowRateNo)
         .arg(std::lround(-c.initialHead))
-        .arg(c.emitter == builder::Emitter::Buried ? QStringLiteral("buried") : QStringLiteral("surface"));
+        .arg(c.emitter == solver::Emitter::Buried ? QStringLiteral("buried") : QStringLiteral("surface"));
 }
 
 QString TrickleBuild::caseName(const TrickleBuildCase &c, const std::vector<double> &flowRates, const QString &soilName)
@@ -302,7 +302,7 @@ QString TrickleBuild::caseName(const TrickleBuildCase &c, const std::vector<doub
         .arg(soilName.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(soilName))
         .arg(q)
         .arg(c.initialHead)
-        .arg(c.emitter == builder::Emitter::Buried ? QStringLiteral("buried") : QStringLiteral("surface"));
+        .arg(c.emitter == solver::Emitter::Buried ? QStringLiteral("buried") : QStringLiteral("surface"));
 }
 
 QString TrickleBuild::surfaceSourceText(double fluxRadius)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "builder/CaseSpec.h"
+#include "solver/CaseSpec.h"
 #include "base/UlvexError.h"
 
 #include <QString>
@@ -15,7 +15,7 @@ struct TrickleBuildCase
     int soil = 0;           // SoilTypeNo
     int flowRateNo = 0;     // FlowRateNo, 1..number of flow rates
     double initialHead = 0; // m: -3, -6 or -10
-    builder::Emitter emitter = builder::Emitter::Surface;
+    solver::Emitter emitter = solver::Emitter::Surface;
 };
 
 // What every soil is computed for: each flow rate, initial head and emitter
@@ -117,7 +117,7 @@ struct TrickleBuildSummary
 class TrickleBuild
 {
 public:
-    using Runner = std::function<builder::CaseResult(const builder::CaseSpec &)>;
+    using Runner = std::function<solver::CaseResult(const solver::CaseSpec &)>;
     using Log = std::function<void(const QString &)>;
 
     TrickleBuild(TrickleBuildOptions options, Runner runner);

@@ -9,7 +9,7 @@
 #include "builder/ShardMerge.h"
 #include "builder/TrickleBuild.h"
 #include "builder/TrickleBuildErrors.h"
-#include "builder/WettingSimulation.h"
+#include "solver/WettingSimulation.h"
 #include "base/UlvexError.h"
 
 #include <QCommandLineParser>
@@ -226,18 +226,18 @@ int main(int argc, char *argv[])
         if (parser.isSet(surfaceSourceOpt))
             options.surfaceFluxRadius = TrickleBuild::parseSurfaceSource(parser.value(surfaceSourceOpt));
 
-        builder::SolverSettings settings;
+        solver::SolverSettings settings;
         settings.surfaceFluxRadius = options.surfaceFluxRadius;
         options.solverSettings = QString::fromStdString(settings.describe());
 
         const bool checkMesh = options.checkMesh;
-        TrickleBuild build(options, [settings, checkMesh](const builder::CaseSpec &caseSpec) {
-            builder::CaseResult result = builder::runCase(caseSpec, settings);
+        TrickleBuild build(options, [settings, checkMesh](const solver::CaseSpec &caseSpec) {
+            solver::CaseResult result = solver::runCase(caseSpec, settings);
             if (checkMesh && result.message.empty() && !result.reachedBoundary) {
                 // the same case with every cell size halved: how far the fronts move
-                builder::SolverSettings fine = settings;
+                solver::SolverSettings fine = settings;
                 fine.refinement = 2.0 * settings.refinement;
-                const builder::CaseResult refined = builder::runCase(caseSpec, fine);
+                const solver::CaseResult refined = solver::runCase(caseSpec, fine);
                 if (!refined.message.empty() || refined.reachedBoundary) {
                     // the case fails for the halved cells' reason
                     result.stopReason = refined.reachedBoundary ? std::string() : refined.stopReason;
@@ -246,7 +246,7 @@ int main(int argc, char *argv[])
                     result.fronts.clear();
                     return result;
                 }
-                result.meshChange = builder::largestChange(result, refined);
+                result.meshChange = solver::largestChange(result, refined);
             }
             return result;
         });

@@ -4,7 +4,7 @@
 // every number it returns is known from the case, so the tests can tell where a
 // row came from.
 
-#include "builder/CaseSpec.h"
+#include "solver/CaseSpec.h"
 #include "builder/TrickleBuild.h"
 #include "base/UlvexError.h"
 
@@ -28,23 +28,23 @@ inline double standInMassBalance(int soil, double flowLitresPerHour, double init
     return 1e-5 * soil + 1e-6 * flowLitresPerHour - 1e-7 * initialHead + (buried ? 1e-8 : 0.0);
 }
 
-inline builder::CaseResult standInRun(const builder::CaseSpec &s)
+inline solver::CaseResult standInRun(const solver::CaseSpec &s)
 {
-    builder::CaseResult r;
+    solver::CaseResult r;
     const double k = standInK(s.soil.number, s.flowLitresPerHour, s.initialHead);
     for (int h = 1; h <= s.hours; ++h) {
-        builder::FrontRow f;
+        solver::FrontRow f;
         f.hour = h;
         f.r = 0.01 * h + k;
         f.down = 0.02 * h + k;
-        f.up = s.emitter == builder::Emitter::Buried ? 0.005 * h + k : 0.0;
-        f.pondRadius = s.emitter == builder::Emitter::Buried ? 0.0 : 0.01 + 0.002 * h + k;
+        f.up = s.emitter == solver::Emitter::Buried ? 0.005 * h + k : 0.0;
+        f.pondRadius = s.emitter == solver::Emitter::Buried ? 0.0 : 0.01 + 0.002 * h + k;
         r.fronts.push_back(f);
     }
     // as if every case had been run again on a finer mesh
     r.meshChange = 0.001 * s.soil.number + 0.0001 * s.flowLitresPerHour;
     r.massBalanceError = standInMassBalance(s.soil.number, s.flowLitresPerHour, s.initialHead,
-                                            s.emitter == builder::Emitter::Buried);
+                                            s.emitter == solver::Emitter::Buried);
     r.timeSteps = 100 + s.soil.number;
     return r;
 }
@@ -63,7 +63,7 @@ inline void expectRefused(const TrickleBuildOptions &o, int number, const QStrin
 {
     std::atomic<int> calls{0};
     try {
-        standInBuild(o, [&](const builder::CaseSpec &s) { ++calls; return standInRun(s); });
+        standInBuild(o, [&](const solver::CaseSpec &s) { ++calls; return standInRun(s); });
         QFAIL("the build was not refused");
     } catch (const UlvexError &e) {
         QCOMPARE(e.number(), number);

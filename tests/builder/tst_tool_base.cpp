@@ -26,8 +26,8 @@
 
 namespace {
 
-using builder::CaseResult;
-using builder::CaseSpec;
+using solver::CaseResult;
+using solver::CaseSpec;
 
 const QString kSoils = QStringLiteral(ULVEX_SOURCE_DIR "/assets/soils.csv");
 const QString kBaseDate = QStringLiteral("2026-01-01T00:00:00Z");

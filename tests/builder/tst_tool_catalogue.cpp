@@ -48,7 +48,7 @@ private slots:
             {0.100, 0.38, 0.027, 1.23, 2.88},  {0.070, 0.36, 0.005, 1.09, 0.48},  {0.068, 0.38, 0.008, 1.09, 4.8},
         };
         for (int i = 0; i < 12; ++i) {
-            const builder::SoilParams &s = soils[size_t(i)];
+            const solver::SoilParams &s = soils[size_t(i)];
             QCOMPARE(s.number, i + 1);
             QCOMPARE(QString::fromStdString(s.name), names[i]);
             QCOMPARE(QString::fromStdString(s.texture), textures[i]);
@@ -76,7 +76,7 @@ private slots:
             "\"Loam, test\",7,medium,20,\"USDA \"\"loam\"\", averaged\",0.078,0.43,3.6,1.56,0.0104\r\n");
         const SoilCatalogue cat = SoilCatalogue::fromText(text, QStringLiteral("t.csv"));
         QCOMPARE(int(cat.soils().size()), 1);
-        const builder::SoilParams &s = cat.soils().front();
+        const solver::SoilParams &s = cat.soils().front();
         QCOMPARE(s.number, 7);
         QCOMPARE(QString::fromStdString(s.name), QStringLiteral("Loam, test"));
         QCOMPARE(QString::fromStdString(s.classification), QStringLiteral("USDA \"loam\", averaged"));

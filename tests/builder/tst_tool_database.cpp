@@ -25,9 +25,9 @@
 
 namespace {
 
-using builder::CaseResult;
-using builder::CaseSpec;
-using builder::Emitter;
+using solver::CaseResult;
+using solver::CaseSpec;
+using solver::Emitter;
 
 CaseResult fakeRun(const CaseSpec &s) { return standInRun(s); }
 

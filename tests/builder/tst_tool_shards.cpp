@@ -33,7 +33,7 @@
 
 namespace {
 
-using builder::CaseSpec;
+using solver::CaseSpec;
 
 const QString kSoils = QStringLiteral(ULVEX_SOURCE_DIR "/assets/soils.csv");
 const QString kDate = QStringLiteral("2026-03-03T00:00:00Z");
@@ -568,7 +568,7 @@ private slots:
         o.keepGoing = true;
         try {
             standInBuild(o, [](const CaseSpec &s) {
-                if (s.soil.number == 7 && s.emitter == builder::Emitter::Buried)
+                if (s.soil.number == 7 && s.emitter == solver::Emitter::Buried)
                     throw std::runtime_error("the Picard iteration did not converge");
                 return standInRun(s);
             });

@@ -5,7 +5,7 @@
 #include "ToolTestSupport.h"
 
 #include "builder/CaseCheck.h"
-#include "builder/SolverSettings.h"
+#include "solver/SolverSettings.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -91,13 +91,13 @@ private slots:
         // gets the curves it was built with, and no shipped case got stuck
         // (it would have failed the build), so none is rescued: the database
         // stands as it was built (the rebuild below shows it).
-        builder::SolverSettings asBuilt;
+        solver::SolverSettings asBuilt;
         asBuilt.airEntryMaxN = 1.6;
         asBuilt.rescue = false;
         QCOMPARE(db.buildInfo(QStringLiteral("solver_settings")), QString::fromStdString(asBuilt.describe()));
         for (const auto &row : db.rows(QStringLiteral("SELECT Name, \"n (-)\" FROM SoilTypeData"))) {
             const double n = row[1].toDouble();
-            QVERIFY2(n < asBuilt.airEntryMaxN || n >= builder::SolverSettings().airEntryMaxN, qPrintable(row[0].toString()));
+            QVERIFY2(n < asBuilt.airEntryMaxN || n >= solver::SolverSettings().airEntryMaxN, qPrintable(row[0].toString()));
         }
         QCOMPARE(db.buildInfo(QStringLiteral("front_threshold")), QStringLiteral("0.1"));
         QCOMPARE(db.buildInfo(QStringLiteral("cases")), QStringLiteral("360"));
@@ -146,10 +146,10 @@ private slots:
                 for (const auto &row : db.rows(QStringLiteral("SELECT SoilType, FlowRate, MassBalanceError FROM CaseInfo "
                                                               "WHERE InitialHead = %1 AND Emitter = '%2'")
                                                    .arg(heads[k]).arg(e ? QStringLiteral("buried") : QStringLiteral("surface")))) {
-                    builder::CaseSpec wanted;
-                    wanted.emitter = e ? builder::Emitter::Buried : builder::Emitter::Surface;
+                    solver::CaseSpec wanted;
+                    wanted.emitter = e ? solver::Emitter::Buried : solver::Emitter::Surface;
                     wanted.hours = 24;
-                    builder::CaseResult r;
+                    solver::CaseResult r;
                     r.massBalanceError = row[2].toDouble();
                     for (int h = 1; h <= 24; ++h) {
                         const Front &x = f.at({row[0].toInt(), row[1].toInt(), h});

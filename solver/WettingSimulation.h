@@ -1,0 +1,58 @@
+#pragma once
+
+#include "solver/CaseSpec.h"
+#include "solver/RichardsSolver.h"
+#include "solver/SoilModel.h"
+#include "solver/SolverSettings.h"
+
+#include <memory>
+
+namespace solver {
+
+// Runs one case of the sweep: a drip emitter on the surface or buried in a
+// uniform soil at a uniform initial pressure head, for `hours` hours, and
+// reports the wetting front at every whole hour. Deterministic: the same case
+// and settings give the same numbers bit for bit, on any thread.
+// Safe to call from several threads at once (no shared state).
+CaseResult runCase(const CaseSpec& caseSpec, const SolverSettings& settings = SolverSettings());
+
+// The simulation behind runCase: chooses the mesh and domain for the case,
+// drives the solver hour by hour, grows the domain when the wetting reaches
+// its edge and measures the fronts.
+class WettingSimulation
+{
+public:
+    WettingSimulation(const CaseSpec& caseSpec, const SolverSettings& settings);
+
+    CaseResult run();
+
+    // The soil functions used for a catalogue soil: van Genuchten-Mualem, with
+    // the air-entry modification when n < settings.airEntryMaxN.
+    static std::unique_ptr<SoilModel> makeSoil(const SoilParams& soil,
+                                               const SolverSettings& settings);
+    static bool usesAirEntry(const SoilParams& soil, const SolverSettings& settings);
+
+    // Figures of the last run, for benchmarks and tests.
+    int finalCells() const { return m_finalCells; }
+    double finalRadius() const { return m_finalRadius; }
+    double finalDepth() const { return m_finalDepth; }
+    double finalHeight() const { return m_finalHeight; }
+    int growths() const { return m_growths; }
+    int remeshes() const { return m_remeshes; }
+    // remeshes given up because no step succeeded on the new mesh (the run
+    // went on with the old one)
+    int remeshesUndone() const { return m_remeshesUndone; }
+    double pondRadius() const { return m_pondRadius; }
+    double bookedMassBalanceError() const { return m_bookedError; }
+    const RichardsSolver::Statistics& statistics() const { return m_statistics; }
+
+private:
+    CaseSpec m_spec;
+    SolverSettings m_set;
+    int m_finalCells = 0, m_growths = 0, m_remeshes = 0, m_remeshesUndone = 0;
+    double m_finalRadius = 0, m_finalDepth = 0, m_finalHeight = 0, m_pondRadius = 0;
+    double m_bookedError = 0;
+    RichardsSolver::Statistics m_statistics;
+};
+
+} // namespace solver
