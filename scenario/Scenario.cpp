@@ -1,0 +1,79 @@
+#include "scenario/Scenario.h"
+
+#include <cmath>
+#include <sstream>
+
+namespace scenario {
+
+namespace {
+
+std::string number(double v)
+{
+    std::ostringstream s;
+    s << v;
+    return s.str();
+}
+
+bool positive(double v)
+{
+    return std::isfinite(v) && v > 0;
+}
+
+} // namespace
+
+double Scenario::layerTop(std::size_t i) const
+{
+    double top = 0;
+    for (std::size_t k = 0; k < i && k < layers.size(); ++k)
+        top += layers[k].thickness;
+    return top;
+}
+
+std::size_t Scenario::layerAt(double depth) const
+{
+    double bottom = 0;
+    for (std::size_t k = 0; k + 1 < layers.size(); ++k) {
+        bottom += layers[k].thickness;
+        if (depth < bottom)
+            return k;
+    }
+    return layers.empty() ? 0 : layers.size() - 1;
+}
+
+std::vector<std::string> Scenario::problems() const
+{
+    std::vector<std::string> out;
+    if (layers.empty())
+        out.push_back("layers: no layer: give at least the soil that reaches down");
+    if (layers.size() > std::size_t(kMaxLayers))
+        out.push_back("layers: " + std::to_string(layers.size()) + " layers; at most " + std::to_string(kMaxLayers) + " are allowed");
+    for (std::size_t i = 0; i + 1 < layers.size(); ++i)
+        if (!positive(layers[i].thickness))
+            out.push_back("layers[" + std::to_string(i) + "].thickness_m: a layer above the last must be thicker than 0 m, not "
+                          + number(layers[i].thickness));
+    if (!layers.empty() && std::isfinite(layers.back().thickness))
+        out.push_back("layers[" + std::to_string(layers.size() - 1)
+                      + "].thickness_m: the last layer reaches down without end and has no thickness");
+    if (!positive(emitter.flowLitresPerHour))
+        out.push_back("emitter.flow_l_per_h: the flow must be more than 0 L/h, not " + number(emitter.flowLitresPerHour));
+    if (!(std::isfinite(emitter.depth) && emitter.depth >= 0))
+        out.push_back("emitter.depth_m: the depth must be 0 (on the surface) or more, not " + number(emitter.depth));
+    const bool table = initial.kind == Initial::Kind::WaterTable;
+    if (!positive(initial.metres))
+        out.push_back(std::string(table ? "initial.water_table_m" : "initial.suction_m") + ": must be more than 0 m, not "
+                      + number(initial.metres));
+    else if (table && emitter.depth >= initial.metres)
+        out.push_back("emitter.depth_m: the emitter (" + number(emitter.depth) + " m) must lie above the water table ("
+                      + number(initial.metres) + " m)");
+    for (const std::string &p : schedule.problems())
+        out.push_back(p);
+    if (!positive(outputs.everyHours))
+        out.push_back("outputs.every_h: must be more than 0 h, not " + number(outputs.everyHours));
+    if (!(outputs.threshold > 0 && outputs.threshold < 1))
+        out.push_back("outputs.threshold: must lie between 0 and 1 (not included), not " + number(outputs.threshold));
+    if (outputs.rootZone && !positive(*outputs.rootZone))
+        out.push_back("outputs.root_zone_m: must be more than 0 m, not " + number(*outputs.rootZone));
+    return out;
+}
+
+} // namespace scenario
