@@ -1,6 +1,7 @@
 #pragma once
 
 #include "solver/CaseSpec.h"
+#include "solver/FrontTracker.h"
 #include "solver/RichardsSolver.h"
 #include "solver/SoilModel.h"
 #include "solver/SolverSettings.h"
@@ -16,9 +17,12 @@ namespace solver {
 // Safe to call from several threads at once (no shared state).
 CaseResult runCase(const CaseSpec& caseSpec, const SolverSettings& settings = SolverSettings());
 
-// The simulation behind runCase: chooses the mesh and domain for the case,
-// drives the solver hour by hour, grows the domain when the wetting reaches
-// its edge and measures the fronts.
+class WaterBalance;
+
+// The simulation behind runCase: drives the solver hour by hour, with the
+// mesh and domain of its MeshPolicy (sized for the bulb, remeshed, grown when
+// the wetting reaches an edge), the emitter's water put in by EmitterSource,
+// the fronts measured by FrontTracker and the water balance by WaterBalance.
 class WettingSimulation
 {
 public:
@@ -47,6 +51,11 @@ public:
     const RichardsSolver::Statistics& statistics() const { return m_statistics; }
 
 private:
+    // How the front is read between cells (the foot of a sharp front).
+    FrontTracker::Foot frontFoot(double thetaI, double span) const;
+    // The balance, the warnings and the figures of a run that reached its end.
+    void finish(CaseResult& result, const RichardsSolver& solver, const WaterBalance& balance, double injected, bool fluxDisc);
+
     CaseSpec m_spec;
     SolverSettings m_set;
     int m_finalCells = 0, m_growths = 0, m_remeshes = 0, m_remeshesUndone = 0;
