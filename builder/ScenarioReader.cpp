@@ -77,6 +77,22 @@ public:
         return false;
     }
 
+    // The object of a section of the file, its keys checked; empty when it
+    // is missing (a problem, told with `missing`, when that is not empty) or
+    // not an object.
+    std::optional<QJsonObject> section(const QJsonValue &v, const QString &at, const QStringList &keys, const QString &missing)
+    {
+        if (v.isUndefined()) {
+            if (!missing.isEmpty())
+                problem(at, missing);
+            return std::nullopt;
+        }
+        if (!isObject(v, at))
+            return std::nullopt;
+        onlyKeys(v.toObject(), at, keys);
+        return v.toObject();
+    }
+
     // Keys the object may hold; any other is most likely a misspelling.
     void onlyKeys(const QJsonObject &o, const QString &at, const QStringList &allowed)
     {
@@ -259,14 +275,10 @@ Scenario::Soil ScenarioReader::soilByName(Context &c, const QString &name, const
 void ScenarioReader::readInitial(Context &c, const QJsonValue &v) const
 {
     const QString at = QStringLiteral("initial");
-    if (v.isUndefined()) {
-        c.problem(at, QStringLiteral("missing: give {\"suction_m\": S} or {\"water_table_m\": D}"));
+    const auto section = c.section(v, at, {"suction_m", "water_table_m"}, QStringLiteral("missing: give {\"suction_m\": S} or {\"water_table_m\": D}"));
+    if (!section)
         return;
-    }
-    if (!c.isObject(v, at))
-        return;
-    const QJsonObject o = v.toObject();
-    c.onlyKeys(o, at, {"suction_m", "water_table_m"});
+    const QJsonObject o = *section;
     const bool suction = o.contains(QStringLiteral("suction_m")), table = o.contains(QStringLiteral("water_table_m"));
     if (suction == table) {
         c.problem(at, QStringLiteral("give either suction_m or water_table_m"));
@@ -280,14 +292,10 @@ void ScenarioReader::readInitial(Context &c, const QJsonValue &v) const
 void ScenarioReader::readEmitter(Context &c, const QJsonValue &v) const
 {
     const QString at = QStringLiteral("emitter");
-    if (v.isUndefined()) {
-        c.problem(at, QStringLiteral("missing"));
+    const auto section = c.section(v, at, {"flow_l_per_h", "depth_m"}, QStringLiteral("missing"));
+    if (!section)
         return;
-    }
-    if (!c.isObject(v, at))
-        return;
-    const QJsonObject o = v.toObject();
-    c.onlyKeys(o, at, {"flow_l_per_h", "depth_m"});
+    const QJsonObject o = *section;
     if (const auto q = c.number(o, at, QStringLiteral("flow_l_per_h"), true))
         c.scenario.emitter.flowLitresPerHour = *q;
     if (const auto d = c.number(o, at, QStringLiteral("depth_m"), false))
@@ -297,14 +305,10 @@ void ScenarioReader::readEmitter(Context &c, const QJsonValue &v) const
 void ScenarioReader::readSchedule(Context &c, const QJsonValue &v) const
 {
     const QString at = QStringLiteral("schedule");
-    if (v.isUndefined()) {
-        c.problem(at, QStringLiteral("missing"));
+    const auto section = c.section(v, at, {"watering_h", "total_h", "pulses"}, QStringLiteral("missing"));
+    if (!section)
         return;
-    }
-    if (!c.isObject(v, at))
-        return;
-    const QJsonObject o = v.toObject();
-    c.onlyKeys(o, at, {"watering_h", "total_h", "pulses"});
+    const QJsonObject o = *section;
     const bool pulses = o.contains(QStringLiteral("pulses")), watering = o.contains(QStringLiteral("watering_h"));
     if (pulses == watering) {
         c.problem(at, QStringLiteral("give either watering_h (with total_h) or pulses"));
@@ -346,12 +350,10 @@ void ScenarioReader::readSchedule(Context &c, const QJsonValue &v) const
 void ScenarioReader::readOutputs(Context &c, const QJsonValue &v) const
 {
     const QString at = QStringLiteral("outputs");
-    if (v.isUndefined())
-        return; // every default holds
-    if (!c.isObject(v, at))
+    const auto section = c.section(v, at, {"every_h", "threshold", "root_zone_m"}, QString());
+    if (!section)
         return;
-    const QJsonObject o = v.toObject();
-    c.onlyKeys(o, at, {"every_h", "threshold", "root_zone_m"});
+    const QJsonObject o = *section;
     if (const auto e = c.number(o, at, QStringLiteral("every_h"), false))
         c.scenario.outputs.everyHours = *e;
     if (const auto t = c.number(o, at, QStringLiteral("threshold"), false))

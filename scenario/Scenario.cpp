@@ -1,18 +1,12 @@
 #include "scenario/Scenario.h"
 
+#include "scenario/NumberText.h"
+
 #include <cmath>
-#include <sstream>
 
 namespace scenario {
 
 namespace {
-
-std::string number(double v)
-{
-    std::ostringstream s;
-    s << v;
-    return s.str();
-}
 
 bool positive(double v)
 {
@@ -50,29 +44,29 @@ std::vector<std::string> Scenario::problems() const
     for (std::size_t i = 0; i + 1 < layers.size(); ++i)
         if (!positive(layers[i].thickness))
             out.push_back("layers[" + std::to_string(i) + "].thickness_m: a layer above the last must be thicker than 0 m, not "
-                          + number(layers[i].thickness));
+                          + numberText(layers[i].thickness));
     if (!layers.empty() && std::isfinite(layers.back().thickness))
         out.push_back("layers[" + std::to_string(layers.size() - 1)
                       + "].thickness_m: the last layer reaches down without end and has no thickness");
     if (!positive(emitter.flowLitresPerHour))
-        out.push_back("emitter.flow_l_per_h: the flow must be more than 0 L/h, not " + number(emitter.flowLitresPerHour));
+        out.push_back("emitter.flow_l_per_h: the flow must be more than 0 L/h, not " + numberText(emitter.flowLitresPerHour));
     if (!(std::isfinite(emitter.depth) && emitter.depth >= 0))
-        out.push_back("emitter.depth_m: the depth must be 0 (on the surface) or more, not " + number(emitter.depth));
+        out.push_back("emitter.depth_m: the depth must be 0 (on the surface) or more, not " + numberText(emitter.depth));
     const bool table = initial.kind == Initial::Kind::WaterTable;
     if (!positive(initial.metres))
         out.push_back(std::string(table ? "initial.water_table_m" : "initial.suction_m") + ": must be more than 0 m, not "
-                      + number(initial.metres));
+                      + numberText(initial.metres));
     else if (table && emitter.depth >= initial.metres)
-        out.push_back("emitter.depth_m: the emitter (" + number(emitter.depth) + " m) must lie above the water table ("
-                      + number(initial.metres) + " m)");
+        out.push_back("emitter.depth_m: the emitter (" + numberText(emitter.depth) + " m) must lie above the water table ("
+                      + numberText(initial.metres) + " m)");
     for (const std::string &p : schedule.problems())
         out.push_back(p);
     if (!positive(outputs.everyHours))
-        out.push_back("outputs.every_h: must be more than 0 h, not " + number(outputs.everyHours));
+        out.push_back("outputs.every_h: must be more than 0 h, not " + numberText(outputs.everyHours));
     if (!(outputs.threshold > 0 && outputs.threshold < 1))
-        out.push_back("outputs.threshold: must lie between 0 and 1 (not included), not " + number(outputs.threshold));
+        out.push_back("outputs.threshold: must lie between 0 and 1 (not included), not " + numberText(outputs.threshold));
     if (outputs.rootZone && !positive(*outputs.rootZone))
-        out.push_back("outputs.root_zone_m: must be more than 0 m, not " + number(*outputs.rootZone));
+        out.push_back("outputs.root_zone_m: must be more than 0 m, not " + numberText(*outputs.rootZone));
     return out;
 }
 

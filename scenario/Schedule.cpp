@@ -1,20 +1,11 @@
 #include "scenario/Schedule.h"
 
+#include "scenario/NumberText.h"
+
+#include <algorithm>
 #include <cmath>
-#include <sstream>
 
 namespace scenario {
-
-namespace {
-
-std::string number(double v)
-{
-    std::ostringstream s;
-    s << v;
-    return s.str();
-}
-
-} // namespace
 
 Schedule::Schedule(std::vector<Pulse> pulses, double totalHours) : m_pulses(std::move(pulses)), m_totalHours(totalHours)
 {
@@ -76,22 +67,22 @@ std::vector<std::string> Schedule::problems() const
 {
     std::vector<std::string> out;
     if (!(m_totalHours > 0 && m_totalHours <= kMaxTotalHours))
-        out.push_back("schedule.total_h: " + number(m_totalHours) + " h lies outside 0 (not included) to " + number(kMaxTotalHours)
+        out.push_back("schedule.total_h: " + numberText(m_totalHours) + " h lies outside 0 (not included) to " + numberText(kMaxTotalHours)
                       + " h");
     if (m_pulses.empty())
         out.push_back("schedule.pulses: no pulse: the emitter never runs");
     for (std::size_t i = 0; i < m_pulses.size(); ++i) {
         const std::string at = "schedule.pulses[" + std::to_string(i) + "]";
         if (!(m_pulses[i].onHours > 0) || !std::isfinite(m_pulses[i].onHours))
-            out.push_back(at + "[0]: the watering of a pulse must last more than 0 h, not " + number(m_pulses[i].onHours));
+            out.push_back(at + "[0]: the watering of a pulse must last more than 0 h, not " + numberText(m_pulses[i].onHours));
         if (!(m_pulses[i].offHours >= 0) || !std::isfinite(m_pulses[i].offHours))
-            out.push_back(at + "[1]: the rest after a pulse must be 0 h or more, not " + number(m_pulses[i].offHours));
+            out.push_back(at + "[1]: the rest after a pulse must be 0 h or more, not " + numberText(m_pulses[i].offHours));
     }
     // Redistribution after the last pulse is the rest of the total; the
     // pulses themselves must fit into it, rounding of the hours aside.
     if (out.empty() && pulsesHours() > m_totalHours * (1 + 1e-12))
-        out.push_back("schedule.pulses: the pulses take " + number(pulsesHours()) + " h, more than schedule.total_h ("
-                      + number(m_totalHours) + " h)");
+        out.push_back("schedule.pulses: the pulses take " + numberText(pulsesHours()) + " h, more than schedule.total_h ("
+                      + numberText(m_totalHours) + " h)");
     return out;
 }
 
