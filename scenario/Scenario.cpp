@@ -50,12 +50,14 @@ std::vector<std::string> Scenario::problems() const
                       + "].thickness_m: the last layer reaches down without end and has no thickness");
     if (!positive(emitter.flowLitresPerHour))
         out.push_back("emitter.flow_l_per_h: the flow must be more than 0 L/h, not " + numberText(emitter.flowLitresPerHour));
-    if (!(std::isfinite(emitter.depth) && emitter.depth >= 0))
-        out.push_back("emitter.depth_m: the depth must be 0 (on the surface) or more, not " + numberText(emitter.depth));
+    if (!(std::isfinite(emitter.depth) && emitter.depth >= 0 && emitter.depth <= kMaxEmitterDepth))
+        out.push_back("emitter.depth_m: the depth must lie from 0 (on the surface) to " + numberText(kMaxEmitterDepth) + " m, not "
+                      + numberText(emitter.depth));
     const bool table = initial.kind == Initial::Kind::WaterTable;
-    if (!positive(initial.metres))
-        out.push_back(std::string(table ? "initial.water_table_m" : "initial.suction_m") + ": must be more than 0 m, not "
-                      + numberText(initial.metres));
+    const double most = table ? kMaxDepth : kMaxSuction;
+    if (!positive(initial.metres) || initial.metres > most)
+        out.push_back(std::string(table ? "initial.water_table_m" : "initial.suction_m") + ": must be more than 0 m and at most "
+                      + numberText(most) + " m, not " + numberText(initial.metres));
     else if (table && emitter.depth >= initial.metres)
         out.push_back("emitter.depth_m: the emitter (" + numberText(emitter.depth) + " m) must lie above the water table ("
                       + numberText(initial.metres) + " m)");
@@ -65,8 +67,9 @@ std::vector<std::string> Scenario::problems() const
         out.push_back("outputs.every_h: must be more than 0 h, not " + numberText(outputs.everyHours));
     if (!(outputs.threshold > 0 && outputs.threshold < 1))
         out.push_back("outputs.threshold: must lie between 0 and 1 (not included), not " + numberText(outputs.threshold));
-    if (outputs.rootZone && !positive(*outputs.rootZone))
-        out.push_back("outputs.root_zone_m: must be more than 0 m, not " + numberText(*outputs.rootZone));
+    if (outputs.rootZone && !(positive(*outputs.rootZone) && *outputs.rootZone <= kMaxDepth))
+        out.push_back("outputs.root_zone_m: must be more than 0 m and at most " + numberText(kMaxDepth) + " m, not "
+                      + numberText(*outputs.rootZone));
     return out;
 }
 

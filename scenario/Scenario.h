@@ -69,6 +69,15 @@ public:
     Outputs outputs;
 
     static constexpr int kMaxLayers = 5;
+    // The deepest a computed domain reaches (m below the surface): a water
+    // table or a root zone lies above it.
+    static constexpr double kMaxDepth = 12;
+    // The deepest emitter (m): drip lines lie in the upper half metre, rarely
+    // deeper than one.
+    static constexpr double kMaxEmitterDepth = 2;
+    // The largest uniform initial suction (m): drier soil than this is air
+    // dry, where the soil functions hold no longer.
+    static constexpr double kMaxSuction = 50;
 
     // The depth of the top of layer i (m).
     double layerTop(std::size_t i) const;

@@ -74,13 +74,16 @@ private slots:
         QTest::newRow("negative thickness") << "negative thickness" << "layers[0].thickness_m: a layer above the last must be thicker than 0 m, not -0.1";
         QTest::newRow("last with a thickness") << "last thick" << "layers[1].thickness_m: the last layer reaches down without end";
         QTest::newRow("no flow") << "no flow" << "emitter.flow_l_per_h: the flow must be more than 0 L/h, not 0";
-        QTest::newRow("above the surface") << "negative depth" << "emitter.depth_m: the depth must be 0 (on the surface) or more, not -0.1";
+        QTest::newRow("above the surface") << "negative depth" << "emitter.depth_m: the depth must lie from 0 (on the surface) to 2 m, not -0.1";
+        QTest::newRow("too deep") << "deep" << "emitter.depth_m: the depth must lie from 0 (on the surface) to 2 m, not 3";
+        QTest::newRow("water table beyond reach") << "deep table" << "initial.water_table_m: must be more than 0 m and at most 12 m, not 20";
+        QTest::newRow("air dry") << "air dry" << "initial.suction_m: must be more than 0 m and at most 50 m, not 100";
         QTest::newRow("below the water table") << "under the table" << "emitter.depth_m: the emitter (0.2 m) must lie above the water table (0.1 m)";
-        QTest::newRow("no suction") << "no suction" << "initial.suction_m: must be more than 0 m, not 0";
+        QTest::newRow("no suction") << "no suction" << "initial.suction_m: must be more than 0 m and at most 50 m, not 0";
         QTest::newRow("pulses too long") << "pulses" << "schedule.pulses: the pulses take 30 h";
         QTest::newRow("every zero") << "every" << "outputs.every_h: must be more than 0 h, not 0";
         QTest::newRow("threshold one") << "threshold" << "outputs.threshold: must lie between 0 and 1 (not included), not 1";
-        QTest::newRow("root zone") << "root" << "outputs.root_zone_m: must be more than 0 m, not -1";
+        QTest::newRow("root zone") << "root" << "outputs.root_zone_m: must be more than 0 m and at most 12 m, not -1";
     }
 
     void problemsNameTheirField()
@@ -102,6 +105,12 @@ private slots:
             s.emitter.flowLitresPerHour = 0;
         else if (which == "negative depth")
             s.emitter.depth = -0.1;
+        else if (which == "deep")
+            s.emitter.depth = 3;
+        else if (which == "deep table")
+            s.initial = {Scenario::Initial::Kind::WaterTable, 20};
+        else if (which == "air dry")
+            s.initial.metres = 100;
         else if (which == "under the table")
             s.initial = {Scenario::Initial::Kind::WaterTable, 0.1};
         else if (which == "no suction")
