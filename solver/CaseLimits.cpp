@@ -28,6 +28,9 @@ void CaseLimits::checkTime()
 
 bool CaseLimits::allowsCells(long cells)
 {
+    // A stopped case takes no new mesh: it ends at the next check.
+    if (stopped())
+        return false;
     if (m_maxCells <= 0 || cells <= m_maxCells)
         return true;
     stop("memory limit", "the mesh would need " + std::to_string(cells) + " cells, more than the "

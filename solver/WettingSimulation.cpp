@@ -72,11 +72,12 @@ CaseResult WettingSimulation::run()
     MeshPolicy meshes(m_set, flow, span, buried);
     AxisymmetricMesh mesh = meshes.firstMesh(duration);
     CaseLimits limits(m_set.maxCaseSeconds, m_set.maxCells);
-    limits.allowsCells(mesh.cells());
-    StepRescue rescue(m_set, !buried && !(m_set.surfaceFluxRadius > 0));
+    if (!limits.allowsCells(mesh.cells()))
+        return stopped(result, limits, 0.0, 0, started);
+    const EmitterSource source(m_set, flow, buried);
+    StepRescue rescue(m_set, !buried && !source.fluxDisc());
     RichardsSolver solver(*soil, mesh, m_set);
     solver.setUniformHead(h0);
-    const EmitterSource source(m_set, flow, buried);
     source.attach(solver, soil->conductivity(h0));
     // The domain grows where the water content has started to rise in its
     // outer band of cells.
@@ -91,13 +92,8 @@ CaseResult WettingSimulation::run()
         while (solver.time() < tEnd) {
             limits.checkTime();
             rescue.update(solver);
-            if (limits.stopped()) {
-                result.stopReason = limits.reason();
-                result.message = limits.message() + " at t = " + std::to_string(solver.time()) + " s for " + caseName(m_spec);
-                result.timeSteps = solver.acceptedSteps();
-                result.wallSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
-                return result;
-            }
+            if (limits.stopped())
+                return stopped(result, limits, solver.time(), solver.acceptedSteps(), started);
             if (nextEarly < earlyRemesh.size() && solver.time() >= earlyRemesh[nextEarly]) {
                 // an early remeshing time: a mesh for twice the time, shaped
                 // like the bulb is now
@@ -143,9 +139,23 @@ CaseResult WettingSimulation::run()
         if (extent.touchesOuter || extent.touchesBottom || (buried && extent.touchesTop))
             result.reachedBoundary = true;
     }
+    // A limit met on the last step of the run (a domain that could not grow)
+    // stops the case as well.
+    if (limits.stopped())
+        return stopped(result, limits, solver.time(), solver.acceptedSteps(), started);
     finish(result, solver, WaterBalance(thetaI), flow * duration, source.fluxDisc());
     result.wallSeconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+    return result;
+}
+
+CaseResult WettingSimulation::stopped(CaseResult result, const CaseLimits& limits, double time, long steps,
+                                      std::chrono::steady_clock::time_point started) const
+{
+    result.stopReason = limits.reason();
+    result.message = limits.message() + " at t = " + std::to_string(time) + " s for " + caseName(m_spec);
+    result.timeSteps = steps;
+    result.wallSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
     return result;
 }
 

@@ -6,6 +6,7 @@
 #include "solver/SoilModel.h"
 #include "solver/SolverSettings.h"
 
+#include <chrono>
 #include <memory>
 
 namespace solver {
@@ -17,6 +18,7 @@ namespace solver {
 // Safe to call from several threads at once (no shared state).
 CaseResult runCase(const CaseSpec& caseSpec, const SolverSettings& settings = SolverSettings());
 
+class CaseLimits;
 class WaterBalance;
 
 // The simulation behind runCase: drives the solver hour by hour, with the
@@ -51,6 +53,9 @@ public:
     const RichardsSolver::Statistics& statistics() const { return m_statistics; }
 
 private:
+    // A run ended by one of its limits (CaseLimits), at `time` after `steps` steps.
+    CaseResult stopped(CaseResult result, const CaseLimits& limits, double time, long steps,
+                       std::chrono::steady_clock::time_point started) const;
     // How the front is read between cells (the foot of a sharp front).
     FrontTracker::Foot frontFoot(double thetaI, double span) const;
     // The balance, the warnings and the figures of a run that reached its end.
