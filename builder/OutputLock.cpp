@@ -1,5 +1,7 @@
 #include "builder/OutputLock.h"
 
+#include "base/BuildTemporary.h"
+
 #include "builder/InterruptCleanup.h"
 #include "builder/TrickleBuildErrors.h"
 #include "base/UlvexError.h"
@@ -40,22 +42,13 @@ OutputLock::~OutputLock()
     m_lock.unlock();
 }
 
-bool OutputLock::isTemporaryOf(const QString &outName, const QString &fileName)
-{
-    // QTemporaryFile puts six letters or digits in place of XXXXXX.
-    static const QString suffix = QStringLiteral("\\.[A-Za-z0-9]{6}\\.part(-journal)?");
-    const QRegularExpression pattern(QRegularExpression::anchoredPattern(
-        QStringLiteral("\\.") + QRegularExpression::escape(outName) + suffix));
-    return pattern.match(fileName).hasMatch();
-}
-
 void OutputLock::removeStaleTemporaries(const QString &outPath, const Log &log)
 {
     const QFileInfo out(outPath);
     const QDir dir = out.absoluteDir();
     const QStringList hidden = dir.entryList({QStringLiteral(".*")}, QDir::Files | QDir::Hidden | QDir::System);
     for (const QString &name : hidden) {
-        if (!isTemporaryOf(out.fileName(), name))
+        if (!BuildTemporary::isTemporaryOf(out.fileName(), name))
             continue;
         if (QFile::remove(dir.filePath(name)))
             log(QStringLiteral("trickle-build: removed %1, left by a build of %2 that did not finish")

@@ -42,9 +42,6 @@ public:
     OutputLock &operator=(const OutputLock &) = delete;
 
     static QString lockPath(const QString &outPath) { return outPath + QStringLiteral(".lock"); }
-    // Whether `fileName` is one of the temporary files a build of the output
-    // named `outName` writes beside it.
-    static bool isTemporaryOf(const QString &outName, const QString &fileName);
 
 private:
     void removeStaleTemporaries(const QString &outPath, const Log &log);

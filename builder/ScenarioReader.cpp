@@ -139,8 +139,7 @@ ScenarioReader::Result ScenarioReader::readFile(const QString &path) const
     // A scenario is a page of text; a huge file is not one.
     if (f.size() > 1024 * 1024)
         return {Scenario(), {QStringLiteral("%1: %2 bytes is too large for a scenario file").arg(path).arg(f.size())}};
-    Result r = read(f.readAll(), name);
-    return r;
+    return read(f.readAll(), name);
 }
 
 ScenarioReader::Result ScenarioReader::read(const QByteArray &json, const QString &fileName) const

@@ -1,5 +1,7 @@
 #include "builder/TrickleBuild.h"
 
+#include "base/BuildTemporary.h"
+
 #include "builder/BaseDatabase.h"
 #include "builder/CaseCheck.h"
 #include "builder/DatabaseWriter.h"
@@ -685,7 +687,7 @@ TrickleBuildSummary TrickleBuild::runLocked()
 
     QString tempPath;
     {
-        QTemporaryFile temp(outDir.filePath(QStringLiteral(".%1.XXXXXX.part").arg(outInfo.fileName())));
+        QTemporaryFile temp(outDir.filePath(BuildTemporary::templateFor(outInfo.fileName())));
         temp.setAutoRemove(false);
         if (!temp.open())
             throw UlvexError(TrickleBuildErrors::FileSystem,

@@ -1,5 +1,7 @@
 #include "mysoils/MySoils.h"
 
+#include "base/BuildTemporary.h"
+
 #include "base/UserFolders.h"
 #include "settings/IniFile.h"
 
@@ -117,10 +119,8 @@ QStringList MySoils::removeLeftovers()
     if (!lock.tryLock(0))
         return {};
     const QFileInfo user(UserDatabase::userPath());
-    // The builder's temporary database beside its output, ".NAME.XXXXXX.part",
-    // with SQLite's journal; and the catalogues written by writeCatalogue().
-    const QRegularExpression part(QStringLiteral("^\\.%1\\.[A-Za-z0-9]{6}\\.part(-journal)?$")
-                                      .arg(QRegularExpression::escape(user.fileName())));
+    // The builder's temporary database beside its output and its journal
+    // (BuildTemporary); and the catalogues written by writeCatalogue().
     // A catalogue is written just before its builder starts (and takes the
     // lock): only an old one is surely left over.
     const QRegularExpression catalogue(QStringLiteral("^added-soils-[A-Za-z0-9]{6}\\.csv$"));
@@ -128,7 +128,7 @@ QStringList MySoils::removeLeftovers()
     QStringList removed;
     const QDir folder = user.dir();
     for (const QFileInfo &f : folder.entryInfoList(QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot)) {
-        const bool leftover = part.match(f.fileName()).hasMatch()
+        const bool leftover = BuildTemporary::isTemporaryOf(user.fileName(), f.fileName())
                               || (catalogue.match(f.fileName()).hasMatch() && f.lastModified() < oldEnough);
         if (leftover && QFile::remove(f.filePath()))
             removed << f.filePath();

@@ -192,8 +192,10 @@ QStringList SoilEntry::problems(const QStringList &takenNames) const
         p << QStringLiteral("Texture group: choose one of %1").arg(textures().join(QStringLiteral(", ")));
     if (clayPercent && !inside(*clayPercent, clayRange()))
         p << QStringLiteral("Clay (%): %1, or leave it empty").arg(rangeText(clayRange()));
-    if (classification.trimmed().size() > MaxClassificationLength)
-        p << QStringLiteral("Classification: at most %1 characters").arg(MaxClassificationLength);
+    if (const QString bad = SoilRanges::textProblem(QStringLiteral("Classification"), classification.trimmed(),
+                                                    MaxClassificationLength);
+        !bad.isEmpty())
+        p << QStringLiteral("Classification: %1").arg(bad);
     p << hydraulicProblems();
     return p;
 }

@@ -18,9 +18,7 @@ MeshPolicy::MeshPolicy(const SolverSettings& settings, double flow, double span,
 AxisymmetricMesh MeshPolicy::firstMesh(double duration)
 {
     const double horizon = !m_set.remesh ? duration : m_early.empty() ? std::min(3600.0, duration) : m_early.front();
-    AxisymmetricMesh mesh = meshFor(horizon, 0, 0, 0, Shape());
-    m_largestBeforeRemesh = m_largest;
-    return mesh;
+    return meshFor(horizon, 0, 0, 0, Shape());
 }
 
 AxisymmetricMesh MeshPolicy::meshFor(double horizon, double radius, double depth, double height, Shape shape)

@@ -119,12 +119,10 @@ public:
     // Plain Picard iterations: a fresh factorisation in every iteration, no
     // extrapolated first iterate, up to rescueMaxIterations iterations.
     void setPlainIterations(bool on) { m_plain = on; }
-    bool plainIterations() const { return m_plain; }
     // The ponded disc's flow spread evenly over the disc as it stands, its
     // radius held (the switching between ponding and not at a disc's edge can
     // cycle at every step size).
     void setPondBridged(bool on) { m_bridged = on; }
-    bool pondBridged() const { return m_bridged; }
     // The next step is dt, with no cap from earlier failures.
     void restartSteps(double dt);
 

@@ -22,7 +22,6 @@ public:
     bool start(RichardsSolver& solver);
     // Called before every step: ends a rescue whose stretch is over.
     void update(RichardsSolver& solver);
-    int rescues() const { return m_rescues; }
 
 private:
     void apply(RichardsSolver& solver, int way);

@@ -96,6 +96,17 @@ private slots:
         }
     }
 
+    void anEndConvertedFromAnotherUnitIsTheEnd()
+    {
+        // The least Ks, 1e-8 m/s, as the form shows it in m/day and back
+        // (times 1/86400, as the form converts): the conversion's last digit
+        // is no reason to refuse it.
+        const double ks = 0.000864 * (1.0 / 86400);
+        QVERIFY(ks < 1e-8);
+        QVERIFY(SoilRanges::problems(0.089, 0.43, 1.0, 1.23, ks).empty());
+        QCOMPARE(fields(SoilRanges::problems(0.089, 0.43, 1.0, 1.23, 0.99e-8)), QStringList{"Ks"});
+    }
+
     void everyProblemIsListed()
     {
         const auto p = SoilRanges::problems(0.69, 0.7, 0.01, 10.0, 1e3);

@@ -241,6 +241,7 @@ inline void stopWhileComputing(const QString &program, const QStringList &args, 
     // Only the temporary file (and SQLite's journal beside it) and the lock,
     // never the output name.
     const QStringList during = added();
+    QVERIFY2(!during.isEmpty(), "the build wrote nothing beside its output within 10 s");
     QVERIFY2(during.first().endsWith(QStringLiteral(".part")), qPrintable(during.join(QLatin1Char(' '))));
     QVERIFY2(during.contains(lock), qPrintable(during.join(QLatin1Char(' '))));
     for (const QString &e : during)

@@ -163,7 +163,7 @@ private slots:
             }
         }
         QCOMPARE(checked, 360);
-        // with room to spare: the largest error is a sixth of the bound
+        // with room to spare: the largest error is below a fifth of the bound
         QVERIFY(db.buildInfo(QStringLiteral("max_mass_balance_error")).toDouble() < CaseCheck::kMaxMassBalanceError / 5);
     }
 

@@ -3,6 +3,8 @@
 
 #include "scenario/Scenario.h"
 
+#include "tests/scenario/ProblemTexts.h"
+
 #include <QtTest>
 
 using scenario::Scenario;
@@ -26,14 +28,6 @@ Scenario twoLayers()
     return s;
 }
 
-QStringList texts(const std::vector<std::string> &v)
-{
-    QStringList out;
-    for (const auto &s : v)
-        out << QString::fromStdString(s);
-    return out;
-}
-
 } // namespace
 
 class TstScenario : public QObject
@@ -44,7 +38,7 @@ private slots:
     void theExampleHoldsTogether()
     {
         const Scenario s = twoLayers();
-        QVERIFY2(s.problems().empty(), qPrintable(texts(s.problems()).join(QLatin1String(" | "))));
+        QVERIFY2(s.problems().empty(), qPrintable(problemTexts(s.problems()).join(QLatin1String(" | "))));
     }
 
     void layersByDepth()
@@ -123,7 +117,7 @@ private slots:
             s.outputs.threshold = 1;
         else
             s.outputs.rootZone = -1;
-        const QStringList p = texts(s.problems());
+        const QStringList p = problemTexts(s.problems());
         QCOMPARE(p.size(), 1);
         QVERIFY2(p.first().startsWith(problem), qPrintable(p.first()));
     }

@@ -3,21 +3,11 @@
 
 #include "scenario/Schedule.h"
 
+#include "tests/scenario/ProblemTexts.h"
+
 #include <QtTest>
 
 using scenario::Schedule;
-
-namespace {
-
-QStringList texts(const std::vector<std::string> &v)
-{
-    QStringList out;
-    for (const auto &s : v)
-        out << QString::fromStdString(s);
-    return out;
-}
-
-} // namespace
 
 class TstSchedule : public QObject
 {
@@ -96,7 +86,7 @@ private slots:
             s = Schedule({{1, 1}, {0, 1}}, 24);
         else
             s = Schedule({{1, -1}}, 24);
-        const QStringList p = texts(s.problems());
+        const QStringList p = problemTexts(s.problems());
         QVERIFY2(!p.isEmpty() && p.first().startsWith(problem), qPrintable(p.join(QLatin1String(" | "))));
     }
 };
